@@ -1,0 +1,22 @@
+#ifndef QUARNEL_ABSTRACT_ACTION_H
+#define QUARNEL_ABSTRACT_ACTION_H
+
+#include <iosfwd>
+
+/// An action of the application.
+///
+/// The library keeps and deletes actions; what one does is decided by the application's
+/// `takeAction()`, which finds it by `ActionValueFunction::getActiveAction()` or by its index. An
+/// action may carry data of its own in a derived class.
+class AbstractAction {
+ public:
+  AbstractAction() = default;
+  AbstractAction(const AbstractAction&) = default;
+  AbstractAction& operator=(const AbstractAction&) = default;
+  virtual ~AbstractAction();
+
+  /// Describes the action, for output of the application's own; writes nothing unless overridden.
+  virtual void addInformation(std::ostream& os) const;
+};
+
+#endif

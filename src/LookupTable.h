@@ -1,0 +1,177 @@
+#ifndef QUARNEL_LOOKUP_TABLE_H
+#define QUARNEL_LOOKUP_TABLE_H
+
+#include <cstdio>
+#include <map>
+#include <set>
+
+#include "State.h"
+#include "Types.h"
+#include "Utility.h"
+
+/// The tabular representation: one weight for every combination of the values of the integer state
+/// variables (and, in an `ActionLookupTable`, of every action).
+///
+/// The cell of a state is the sum of (value - minimum) * place value over its variables; the last
+/// variable varies fastest. A table keeps weights and eligibility traces of its cells and knows
+/// nothing of what the weights mean; `StateLookupTable` and `ActionLookupTable` join it with the
+/// interface of a value function.
+///
+/// Traces are kept either in a map, which holds only the cells visited since the start of the
+/// episode (`MAP`, the default), or in an array with a trace for each cell (`ARRAY`): every step
+/// walks the map or the whole array.
+///
+/// An index outside the table reads as 0.0 and is ignored where weights and traces change, whether
+/// it comes from a file, a map left over from another table or a caller.
+///
+/// Source of the algorithm: Sutton and Barto, Reinforcement Learning, 2nd edition, section 12.2
+/// (eligibility traces as vectors of the weights' shape).
+class LookupTable {
+ public:
+  /// A table without cells.
+  ///
+  /// @param state the state whose integer variables give the cell; not owned.
+  explicit LookupTable(State* state);
+
+  virtual ~LookupTable();
+
+  LookupTable(const LookupTable&) = delete;
+  LookupTable& operator=(const LookupTable&) = delete;
+
+  /// Sets every weight, in the order of cells, to a fresh call of the function.
+  virtual void initWeights(const double (*initFunctionPtr)());
+
+  /// Makes all traces zero. Makes the array of traces in `ARRAY` storage; call it again after
+  /// loading.
+  virtual void initEligibilityTraces();
+
+  /// Adds DELTA * ALPHA * trace to every weight with a trace; while there are no traces, adds
+  /// DELTA * ALPHA to the weight of the stored cell. Having neither is reported.
+  ///
+  /// @param ALPHA the learning rate.
+  /// @param DELTA the temporal-difference error.
+  virtual void updateWeights(double ALPHA, double DELTA);
+
+  /// Multiplies every trace by LAMBDA * GAMMA. No entry of the map is ever removed, however small.
+  ///
+  /// @param GAMMA the discount factor.
+  /// @param LAMBDA the trace decay.
+  virtual void updateEligibilityTraces(double GAMMA, double LAMBDA);
+
+  /// Clamps every weight into [MIN_WEIGHT, MAX_WEIGHT]; a weight that is not a number becomes
+  /// MIN_WEIGHT.
+  virtual void checkWeightLimit(double MIN_WEIGHT, double MAX_WEIGHT);
+
+  /// @return the smallest weight; 1.7976931348623157e308 after a report where there are none.
+  virtual const double getMinWeight() const;
+
+  /// @param abs true for the mean of the absolute values.
+  /// @return the mean of the weights; 0.0 after a report where there are none. Not a number for a
+  ///   table that a removed action has left with no cells.
+  virtual const double getAvgWeight(bool abs) const;
+
+  /// @return the largest weight; -1.7976931348623157e308 after a report where there are none.
+  virtual const double getMaxWeight() const;
+
+  /// Makes the cell of the state's current values the active one.
+  virtual void setState();
+
+  /// Computes the active cell; -1 after a report where a value lies so far outside its range that
+  /// the cell lies outside the table.
+  virtual void calculateActiveIndex();
+
+  /// Empties the set of cells visited in the episode.
+  virtual void initEpisodeStateHistory();
+
+  /// Adds an amount to the weight of every cell visited in the episode; reports where there is
+  /// none. The set stays as it is.
+  virtual void valueEpisode(double amount);
+
+ protected:
+  /// Writes the table's block: the trace storage, the place values and the number of cells as
+  /// 4-byte integers, then the weights as 8-byte reals. @return 0; -1 after a report.
+  virtual const int save(FILE* file) const;
+
+  /// Reads the table's block in place of what the table holds. A number of cells that the rest of
+  /// the file can't hold is a failed read.
+  ///
+  /// @return 0; -1 after a report, and the table then may be without weights.
+  virtual const int load(FILE* file);
+
+  /// Makes the array of place values, one for each variable of the state.
+  virtual void allocateMemory();
+
+  /// @return a new array with a number for each cell, not initialised, which the caller stores;
+  ///   null after a report that names the number of cells.
+  virtual double* allocateMemoryWeights();
+
+  /// Releases weights, traces and place values.
+  virtual void freeMemory();
+
+ public:
+  /// @param storage where traces are kept from now on; call it before `initEligibilityTraces()`.
+  void setTraceStorage(Types::TRACE_STORAGE storage) { traceStorage = storage; }
+
+ protected:
+  void clearTraceMap() { eTracesMap.clear(); }
+  void setStatePtr(State* state) { statePtr = state; }
+
+  /// Makes place values and weights for the state's ranges, with `cellsPerState` adjacent cells for
+  /// each combination of values; releases what the table held. A table that has too many cells is
+  /// reported and left without weights.
+  void layOut(int cellsPerState);
+
+  /// @return true when there is a weight at this index.
+  const bool isCell(int index) const { return index >= 0 && index < ARRAY_SIZE; }
+
+  /// @return the weight at an index; 0.0 outside the table.
+  const double readWeight(int index) const { return isCell(index) ? weights[index] : 0.0; }
+
+  /// Sets the weight at an index; does nothing outside the table.
+  void writeWeight(int index, double weight) {
+    if (isCell(index)) {
+      weights[index] = weight;
+    }
+  }
+
+  /// Adds to the trace of a cell, in either storage; reports at `place`.
+  void accumulateTrace(int index, double VALUE, const QuarnelUtility::Place& place);
+
+  /// Sets the trace of a cell in the array; does nothing outside the table.
+  void setArrayTrace(int index, double VALUE);
+
+  /// Sets the trace of a cell in the map.
+  void setMapTrace(int index, double VALUE, const QuarnelUtility::Place& place);
+
+  /// @return true when the array of traces is there; false after a report at `place`.
+  const bool checkArrayTraces(const QuarnelUtility::Place& place) const;
+
+  /// Records a cell as visited in the episode.
+  void rememberCell(int index);
+
+  Types::TRACE_STORAGE traceStorage;
+  int ARRAY_SIZE;
+  double* weights;
+  double* eTraces;
+  std::map<int, double> eTracesMap;
+  int* indexOffset;
+  int activeIndex;
+  int storedActiveIndex;
+  std::set<int> episodeIndexHistorySet;
+  State* statePtr;
+
+  /// Length of `indexOffset`: the state may have been given more variables since.
+  unsigned int indexOffsetSize;
+
+ private:
+  const unsigned int numberOfVariables() const;
+  const int placeValue(unsigned int variable) const;
+  void addToWeight(int index, double amount) { writeWeight(index, readWeight(index) + amount); }
+  void updateFromArray(double step);
+  void updateFromMap(double step);
+  const bool savePlaceValues(FILE* file, const QuarnelUtility::Place& place) const;
+  const bool loadPlaceValues(FILE* file, const QuarnelUtility::Place& place);
+  const bool loadWeights(FILE* file, int cells, const QuarnelUtility::Place& place);
+};
+
+#endif

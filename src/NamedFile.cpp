@@ -1,0 +1,67 @@
+#include "NamedFile.h"
+
+#include <cerrno>
+#include <new>
+
+namespace NamedFile {
+
+void reportErrno(const QuarnelUtility::Place& place) {
+  const QuarnelUtility::Errno failure{errno, " --> "};
+  QUARNEL_ERROR_AT(place, failure);
+}
+
+FILE* open(const std::string& fileName, const char* mode, const QuarnelUtility::Place& place) {
+  FILE* const file = std::fopen(fileName.c_str(), mode);
+  if (file == nullptr) {
+    reportErrno(place);
+  }
+  return file;
+}
+
+const bool saveState(FILE* file, const State* state, const QuarnelUtility::Place& place) {
+  return succeeded(state != nullptr ? state->save(file) : -1, "saving state failed", place);
+}
+
+const bool loadState(FILE* file, State*& state, const QuarnelUtility::Place& place) {
+  if (state != nullptr) {
+    return succeeded(state->load(file), "loading state failed", place);
+  }
+  state = new (std::nothrow) State(file);
+  return succeeded(state != nullptr ? 0 : -1, "loading state failed", place);
+}
+
+const bool writeNumber(FILE* file, int number, const QuarnelUtility::Place& place) {
+  if (std::fwrite(&number, sizeof(number), 1, file) == 1) {
+    return true;
+  }
+  reportErrno(place);
+  return false;
+}
+
+const bool readNumber(FILE* file, int& number, const QuarnelUtility::Place& place) {
+  int item = 0;
+  if (std::fread(&item, sizeof(item), 1, file) == 1) {
+    number = item;
+    return true;
+  }
+  reportErrno(place);
+  return false;
+}
+
+const bool succeeded(int status, const char* message, const QuarnelUtility::Place& place) {
+  if (status == 0) {
+    return true;
+  }
+  QUARNEL_ERROR_AT(place, message);
+  return false;
+}
+
+const int close(FILE* file, const QuarnelUtility::Place& place) {
+  if (std::fclose(file) == 0) {
+    return 0;
+  }
+  reportErrno(place);
+  return -1;
+}
+
+}  // namespace NamedFile

@@ -1,0 +1,205 @@
+#ifndef QUARNEL_STATE_H
+#define QUARNEL_STATE_H
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "Utility.h"
+#include "VarValues.h"
+#include "VarValuesDouble.h"
+#include "VarValuesInt.h"
+
+/// The agent's observation: an ordered registry of named variables, all integer or all real.
+///
+/// An application registers the variables once, with their ranges, and writes their current values
+/// in `setInitialState()` and `observeState()`. Value functions read values and ranges by id and
+/// turn them into table cells, tiles or network inputs. A variable's id is its position in the
+/// order of registration, from 0; it never changes, and no variable is ever removed.
+///
+/// The variables outlive the `State`: neither its destructor nor `load()` destroys them.
+class State {
+ public:
+  /// The kind of all variables of a state.
+  enum TYPE : int {
+    UNDEF = 0,  ///< Nothing is registered yet.
+    INT = 1,    ///< Integer variables.
+    DOUBLE = 2  ///< Real variables.
+  };
+
+  /// A state without variables; the first registration decides its kind.
+  State();
+
+  /// Reads the state from a file with `load()`, whose failures are only reported.
+  explicit State(FILE* file);
+
+  ~State();
+
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
+
+  /// Registers an integer variable, which starts at the middle of its range.
+  ///
+  /// @param name the variable's name; names need not differ.
+  /// @param a one end of the range.
+  /// @param b the other end; the ends may be given in either order.
+  /// @return the variable's id; 4294967295 after a report when the state holds real variables.
+  const unsigned int registerVariable(const std::string& name, int a, int b);
+
+  /// Registers a real variable, which starts at the middle of its range.
+  ///
+  /// @param name the variable's name; names need not differ.
+  /// @param a one end of the range.
+  /// @param b the other end; the ends may be given in either order (where one is not a number they
+  ///   are taken as lower and upper end).
+  /// @return the variable's id; 4294967295 after a report when the state holds integer variables.
+  const unsigned int registerVariable(const std::string& name, double a, double b);
+
+  /// @return the id of the first variable with exactly this name; 4294967295 after a report when
+  ///   there is none.
+  const unsigned int getVariableId(const std::string& name) const;
+
+  /// @return the number of registered variables; ids lie below it.
+  const unsigned int getNumberOfVariables() const { return static_cast<unsigned int>(vars.size()); }
+
+  /// @name Integer variables
+  /// A wrong kind of state or an unknown id is reported; the getters then return 0 and the setters
+  /// change nothing. The setters do not keep a value within its range.
+  /// @{
+  const int getValueInt(unsigned int id) const;
+  const int getMinValueInt(unsigned int id) const;
+  const int getMaxValueInt(unsigned int id) const;
+  void setValueInt(unsigned int id, int value);
+  void setMinValueInt(unsigned int id, int minValue);
+  void setMaxValueInt(unsigned int id, int maxValue);
+  /// @}
+
+  /// @name Real variables
+  /// A wrong kind of state or an unknown id is reported; the getters then return 0.0 and the
+  /// setters change nothing. The setters do not keep a value within its range.
+  /// @{
+  const double getValueDbl(unsigned int id) const;
+  const double getMinValueDbl(unsigned int id) const;
+  const double getMaxValueDbl(unsigned int id) const;
+  void setValueDbl(unsigned int id, double value);
+  void setMinValueDbl(unsigned int id, double minValue);
+  void setMaxValueDbl(unsigned int id, double maxValue);
+  /// @}
+
+  /// Writes the state record: the number of variables and their kind (4 bytes each), then the
+  /// record of each variable in the order of ids. Current values are not part of it.
+  ///
+  /// @return 0; -1 after an errno report.
+  const int save(FILE* file) const;
+
+  /// Replaces the registry with the state record at the file's position; every value then stands
+  /// in the middle of its range.
+  ///
+  /// @return 0; -1 after an errno report when the number of variables or their kind can't be read,
+  ///   or when there are said to be more than 1024 variables and the file can't hold them. A
+  ///   variable that can't be read is reported and registered all the same. A kind other than `INT`
+  ///   and `DOUBLE` is reported and gives an empty state and 0: files of empty states look so.
+  const int load(FILE* file);
+
+ protected:
+  TYPE varType;
+  std::vector<VarValues*> vars;
+
+ private:
+  // The variable with this id; null after a report where there is none of the kind.
+  VarValuesInt* intVariable(unsigned int id, const QuarnelUtility::Place& place) const;
+  VarValuesDouble* doubleVariable(unsigned int id, const QuarnelUtility::Place& place) const;
+  void reportNoVariable(unsigned int id, const char* wrongType,
+                        const QuarnelUtility::Place& place) const;
+
+  template <typename Variable, typename Number>
+  const unsigned int append(const std::string& name, Number minValue, Number maxValue,
+                            const QuarnelUtility::Place& place);
+  template <typename Variable>
+  const int loadVariables(FILE* file, unsigned int count);
+};
+
+inline VarValuesInt* State::intVariable(unsigned int id, const QuarnelUtility::Place& place) const {
+  if (varType == INT && id < vars.size()) {
+    return static_cast<VarValuesInt*>(vars[id]);
+  }
+  reportNoVariable(id, varType == INT ? nullptr : "Not an Int-State!", place);
+  return nullptr;
+}
+
+inline VarValuesDouble* State::doubleVariable(unsigned int id,
+                                              const QuarnelUtility::Place& place) const {
+  if (varType == DOUBLE && id < vars.size()) {
+    return static_cast<VarValuesDouble*>(vars[id]);
+  }
+  reportNoVariable(id, varType == DOUBLE ? nullptr : "Not a Double-State!", place);
+  return nullptr;
+}
+
+inline const int State::getValueInt(unsigned int id) const {
+  const VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE);
+  return variable != nullptr ? variable->getValue() : 0;
+}
+
+inline const int State::getMinValueInt(unsigned int id) const {
+  const VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE);
+  return variable != nullptr ? variable->getMinValue() : 0;
+}
+
+inline const int State::getMaxValueInt(unsigned int id) const {
+  const VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE);
+  return variable != nullptr ? variable->getMaxValue() : 0;
+}
+
+inline void State::setValueInt(unsigned int id, int value) {
+  if (VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE)) {
+    variable->setValue(value);
+  }
+}
+
+inline void State::setMinValueInt(unsigned int id, int minValue) {
+  if (VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE)) {
+    variable->setMinValue(minValue);
+  }
+}
+
+inline void State::setMaxValueInt(unsigned int id, int maxValue) {
+  if (VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE)) {
+    variable->setMaxValue(maxValue);
+  }
+}
+
+inline const double State::getValueDbl(unsigned int id) const {
+  const VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE);
+  return variable != nullptr ? variable->getValue() : 0.0;
+}
+
+inline const double State::getMinValueDbl(unsigned int id) const {
+  const VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE);
+  return variable != nullptr ? variable->getMinValue() : 0.0;
+}
+
+inline const double State::getMaxValueDbl(unsigned int id) const {
+  const VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE);
+  return variable != nullptr ? variable->getMaxValue() : 0.0;
+}
+
+inline void State::setValueDbl(unsigned int id, double value) {
+  if (VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE)) {
+    variable->setValue(value);
+  }
+}
+
+inline void State::setMinValueDbl(unsigned int id, double minValue) {
+  if (VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE)) {
+    variable->setMinValue(minValue);
+  }
+}
+
+inline void State::setMaxValueDbl(unsigned int id, double maxValue) {
+  if (VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE)) {
+    variable->setMaxValue(maxValue);
+  }
+}
+
+#endif

@@ -1,0 +1,33 @@
+#ifndef QUARNEL_TD_H
+#define QUARNEL_TD_H
+
+#include <string>
+
+#include "Quarnel.h"
+#include "StateValueFunction.h"
+
+/// TD(lambda): learns the value V(s) of every state under the policy that the application follows.
+///
+/// An application derives from `TD`, implements the four hooks of `Quarnel` (choosing the action is
+/// its `takeAction()`'s business) and sets `svfPtr` before it calls `controlLoop()`.
+///
+/// Source: Sutton and Barto, Reinforcement Learning, 2nd edition, sections 6.1 (TD(0)) and 12.2
+/// (TD(lambda), the backward view), with V(s') read before the update and again after it.
+class TD : public Quarnel {
+ public:
+  /// @param fileName path of the configuration file.
+  explicit TD(const std::string& fileName);
+
+  /// Deletes the value function.
+  ~TD() override;
+
+ protected:
+  void initEpisode() override;
+  void step() override;
+  const bool checkValueFunction() const override;
+
+  /// What is learnt; set by the application, owned from then on.
+  StateValueFunction* svfPtr;
+};
+
+#endif

@@ -1,0 +1,35 @@
+#include "VarValues.h"
+
+#include "Allocation.h"
+#include "BinaryFile.h"
+
+VarValues::VarValues(const std::string& newName) { setName(newName); }
+
+VarValues::~VarValues() = default;
+
+void VarValues::setName(const std::string& newName) {
+  Allocation::succeeds([&] { name = newName; }, "a name", QUARNEL_PLACE);
+}
+
+const bool VarValues::saveNameLength(FILE* file, const QuarnelUtility::Place& place) const {
+  return BinaryFile::write(file, static_cast<unsigned int>(name.size()), place);
+}
+
+const bool VarValues::saveNameText(FILE* file, const QuarnelUtility::Place& place) const {
+  return BinaryFile::writeItems(file, name.data(), 1, static_cast<unsigned int>(name.size()),
+                                place);
+}
+
+const bool VarValues::loadNameText(FILE* file, unsigned int length,
+                                   const QuarnelUtility::Place& place) {
+  if (!BinaryFile::mayHold(file, length, 1)) {
+    BinaryFile::reportErrno(place);
+    return false;
+  }
+  std::string text;
+  const bool complete = BinaryFile::readGrowing(file, text, length, place);
+  if (complete) {
+    name.swap(text);
+  }
+  return complete;
+}
