@@ -54,37 +54,19 @@ void ActionLookupTable::accumulatingTraces(double VALUE) {
 }
 
 void ActionLookupTable::replacingTraces(double VALUE) {
-  switch (traceStorage) {
-    case Types::ARRAY:
-      if (checkArrayTraces(QUARNEL_PLACE)) {
-        replaceArrayTrace(VALUE);
-      }
-      break;
-    case Types::MAP:
-      replaceMapTraces(VALUE, QUARNEL_PLACE);
-      break;
-    default:
-      QUARNEL_ERROR("Unknown traceStorage = " << traceStorage);
-  }
-}
-
-void ActionLookupTable::replaceArrayTrace(double VALUE) {
-  if (activeIndex == -1 || ACTIONS < 1) {
+  if (!checkTraces(QUARNEL_PLACE) || activeIndex == -1 || ACTIONS < 1) {
     return;
   }
-  // Every action in turn writes the active pair's own cell, so the last action decides. Learning
-  // curves of all versions rest on it.
-  const bool lastAction = activeActionIndex == ACTIONS - 1;
-  setArrayTrace(cellOf(activeActionIndex), lastAction ? VALUE : 0.0);
-}
-
-void ActionLookupTable::replaceMapTraces(double VALUE, const QuarnelUtility::Place& place) {
-  if (activeIndex == -1) {
+  if (traceStorage == Types::ARRAY) {
+    // Kept on purpose: every action in turn writes the active pair's own cell, so the last action
+    // decides.
+    const bool lastAction = activeActionIndex == ACTIONS - 1;
+    setTrace(cellOf(activeActionIndex), lastAction ? VALUE : 0.0, QUARNEL_PLACE);
     return;
   }
   for (int i = 0; i < ACTIONS; ++i) {
     if (i == activeActionIndex) {
-      setMapTrace(cellOf(i), VALUE, place);
+      setTrace(cellOf(i), VALUE, QUARNEL_PLACE);
     } else {
       eTracesMap.erase(cellOf(i));
     }
@@ -129,14 +111,6 @@ const int ActionLookupTable::save(FILE* file) const { return LookupTable::save(f
 const int ActionLookupTable::load(FILE* file) {
   setStatePtr(statePtr);
   return LookupTable::load(file);
-}
-
-const bool ActionLookupTable::checkWeights(const QuarnelUtility::Place& place) const {
-  if (weights != nullptr) {
-    return true;
-  }
-  QUARNEL_ERROR_AT(place, "weights == 0 --> Maybe forgot to call create?");
-  return false;
 }
 
 const bool ActionLookupTable::checkActionIndex(int actionIndex,
@@ -197,8 +171,8 @@ void ActionLookupTable::removeAction(int actionIndex) {
   if (survivors == nullptr) {
     return;
   }
-  // A removal leaves place values and a size of zero, on purpose: what the table learnt for the old
-  // set of actions is not to be looked up by the new one before create().
+  // Kept on purpose: a removal leaves place values and a size of zero, so the table counts no cells
+  // until create().
   std::fill_n(indexOffset, indexOffsetSize, 0);
   ARRAY_SIZE = 0;
   --ACTIONS;
@@ -212,7 +186,7 @@ void ActionLookupTable::removeAction(int actionIndex) {
   }
   activeIndex = -1;
   storedActiveIndex = -1;
-  initEpisodeStateHistory();
+  episodeIndexHistorySet.clear();
 }
 
 double* ActionLookupTable::copyWeightsWithout(int actionIndex) const {

@@ -37,7 +37,6 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
 
   using ActionValueFunction::load;
   using ActionValueFunction::save;
-  using ActionValueFunction::statePtr;
 
   void initWeights(const double (*initFunctionPtr)()) override;
   void initEligibilityTraces() override;
@@ -69,6 +68,8 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
   void valueEpisode(double amount) override;
 
  protected:
+  using ActionValueFunction::statePtr;
+
   const int save(FILE* file) const override;
   const int load(FILE* file) override;
 
@@ -108,10 +109,7 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
 
  private:
   const int cellOf(int actionIndex) const;
-  const bool checkWeights(const QuarnelUtility::Place& place) const;
   const bool checkActionIndex(int actionIndex, const QuarnelUtility::Place& place) const;
-  void replaceArrayTrace(double VALUE);
-  void replaceMapTraces(double VALUE, const QuarnelUtility::Place& place);
   double* copyWeightsWithout(int actionIndex) const;
 };
 

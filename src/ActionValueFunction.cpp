@@ -1,27 +1,29 @@
 #include "ActionValueFunction.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <limits>
 #include <memory>
 
 #include "Allocation.h"
 #include "BinaryFile.h"
 #include "NamedFile.h"
+#include "RandomDraw.h"
+#include "WrapAround.h"
 
 namespace {
-
-const double RAND_RANGE = 2147483648.0;
 
 // A file may name this many actions whatever else it holds; more must fit into the rest of it.
 const int TRUSTED_ACTIONS = 65536;
 
 // One of the indices below `count`, all with the same probability; -1 when there is none.
 const int drawIndex(int count) {
-  const double drawn = std::floor(std::rand() / RAND_RANGE * count);
+  const double drawn = std::floor(RandomDraw::unit() * count);
   const int index = drawn < 0.0 ? 0 : static_cast<int>(drawn);
-  return index < count ? index : count - 1;
+  return index < count ? index : WrapAround::subtract(count, 1);
 }
 
 const bool mayHoldActions(FILE* file, int actions) {
@@ -42,9 +44,7 @@ ActionValueFunction::ActionValueFunction(State* aStatePtr)
 
 ActionValueFunction::~ActionValueFunction() {
   delete[] actionValues;
-  for (std::size_t i = 0; i < registeredActions.size(); ++i) {
-    deleteAction(i);
-  }
+  deleteActions(registeredActions.size());
 }
 
 void ActionValueFunction::registerAction(const AbstractAction* actionPtr) {
@@ -87,31 +87,42 @@ void ActionValueFunction::setAction(int actionIndex, const AbstractAction* actio
     QUARNEL_ERROR("actionIndex " << actionIndex << " out of bounds [0, " << ACTIONS << ")");
     return;
   }
-  const auto index = static_cast<std::size_t>(actionIndex);
-  if (registeredActions[index] != actionPtr) {
-    deleteAction(index);
-    registeredActions[index] = actionPtr;
+  const AbstractAction* const replaced = registeredActions[static_cast<std::size_t>(actionIndex)];
+  registeredActions[static_cast<std::size_t>(actionIndex)] = actionPtr;
+  // An action may be registered more than once, and goes with its last entry.
+  if (std::find(registeredActions.begin(), registeredActions.end(), replaced) ==
+      registeredActions.end()) {
+    delete replaced;
   }
 }
 
 const double ActionValueFunction::setGreedyActionIndex() {
   const int actions = std::max(ACTIONS, 0);
-  const std::unique_ptr<int[]> tied(Allocation::array<int>(actions, QUARNEL_PLACE));
+  std::array<int, 64> few;
+  std::unique_ptr<int[]> many;
+  if (static_cast<std::size_t>(actions) > few.size()) {
+    many.reset(Allocation::array<int>(actions, QUARNEL_PLACE));
+    if (many == nullptr) {
+      activeActionIndex = -1;
+      return std::numeric_limits<double>::lowest();
+    }
+  }
+  int* const tied = many != nullptr ? many.get() : few.data();
   int ties = 0;
   double best = std::numeric_limits<double>::lowest();
-  for (int i = 0; tied != nullptr && i < actions; ++i) {
+  for (int i = 0; i < actions; ++i) {
     const double actionValue = getActionValue(i);
     if (actionValue > best) {
       best = actionValue;
       ties = 0;
     }
     if (actionValue == best) {
-      tied[static_cast<std::size_t>(ties)] = i;
+      tied[ties] = i;
       ++ties;
     }
   }
   const int drawn = drawIndex(ties);
-  activeActionIndex = drawn < 0 ? drawn : tied[static_cast<std::size_t>(drawn)];
+  activeActionIndex = drawn < 0 ? drawn : tied[drawn];
   return best;
 }
 
@@ -175,7 +186,7 @@ const int ActionValueFunction::save(const std::string& fileName) const {
     return -1;
   }
   const bool saved = NamedFile::saveState(file, statePtr, QUARNEL_PLACE) &&
-                     NamedFile::writeNumber(file, ACTIONS, QUARNEL_PLACE) &&
+                     BinaryFile::write(file, ACTIONS, QUARNEL_PLACE, NamedFile::SEPARATOR) &&
                      NamedFile::succeeded(save(file), "saving valuefunction failed", QUARNEL_PLACE);
   if (!saved) {
     std::fclose(file);
@@ -202,13 +213,13 @@ const int ActionValueFunction::load(const std::string& fileName) {
 
 const bool ActionValueFunction::loadNumberOfActions(FILE* file,
                                                     const QuarnelUtility::Place& place) {
-  deleteActions(ACTIONS);
+  deleteActions(static_cast<std::size_t>(std::max(ACTIONS, 0)));
   int actions = 0;
-  if (!NamedFile::readNumber(file, actions, place)) {
+  if (!BinaryFile::read(file, actions, place, NamedFile::SEPARATOR)) {
     return false;
   }
   if (!mayHoldActions(file, actions)) {
-    NamedFile::reportErrno(place);
+    BinaryFile::reportErrno(place, NamedFile::SEPARATOR);
     return false;
   }
   if (!Allocation::succeeds(
@@ -220,19 +231,12 @@ const bool ActionValueFunction::loadNumberOfActions(FILE* file,
   return true;
 }
 
-void ActionValueFunction::deleteActions(int actions) {
-  for (int i = 0; i < actions && isRegistered(i); ++i) {
-    deleteAction(static_cast<std::size_t>(i));
-  }
+void ActionValueFunction::deleteActions(std::size_t count) {
+  const auto begin = registeredActions.begin();
+  const auto end = begin + static_cast<std::ptrdiff_t>(std::min(count, registeredActions.size()));
+  // An action may be registered more than once, and is deleted once.
+  std::sort(begin, end, std::less<>());
+  std::for_each(begin, std::unique(begin, end),
+                [](const AbstractAction* action) { delete action; });
   registeredActions.clear();
-}
-
-void ActionValueFunction::deleteAction(std::size_t index) {
-  const AbstractAction* const action = registeredActions[index];
-  registeredActions[index] = nullptr;
-  // An action may be registered more than once, and goes with its last entry.
-  if (action != nullptr && std::find(registeredActions.begin(), registeredActions.end(), action) ==
-                               registeredActions.end()) {
-    delete action;
-  }
 }

@@ -36,7 +36,8 @@ class ActionValueFunction : public ValueFunction {
   /// representation from the named file. The registered actions are deleted; `getAction()` gives
   /// null until `setAction()` puts an action in.
   ///
-  /// @return 0; -1 after a report, with what was read before the failure kept.
+  /// @return 0; -1 after a report, with what was read before the failure kept. More than 65,536
+  ///   actions are believed only where the rest of the file has 8 bytes for each.
   const int load(const std::string& fileName) override;
 
  protected:
@@ -51,8 +52,8 @@ class ActionValueFunction : public ValueFunction {
   /// Takes an action out of the registry and the representation; the caller owns it again. Does
   /// nothing for an action that is not registered.
   ///
-  /// The number of actions falls by one here and by one more where the representation carries the
-  /// removal out; the saved files of all versions count so.
+  /// The number of actions falls by one here and, on purpose, by one more where the representation
+  /// carries the removal out.
   virtual void unregisterAction(const AbstractAction* actionPtr);
 
   /// Takes the action at an index out, as above; an index outside [0, `getNumberOfActions()`) is
@@ -74,7 +75,8 @@ class ActionValueFunction : public ValueFunction {
 
   /// Chooses an action with a probability in proportion to exp(v / TEMPERATURE), where v is the
   /// action's value scaled to [0, 1] by the range of the values; any action where all values are
-  /// equal. Actions registered after the first call of this operation are never chosen by it.
+  /// equal. Actions registered after the first call of this operation weigh nothing where the
+  /// values differ.
   ///
   /// @param TEMPERATURE above 0; a high one evens the choice out, a low one makes it greedy.
   /// @return the value of the chosen action. Rounding may leave none chosen: the index is then the
@@ -123,8 +125,7 @@ class ActionValueFunction : public ValueFunction {
   }
 
   void unregisterAt(int actionIndex);
-  void deleteAction(std::size_t index);
-  void deleteActions(int actions);
+  void deleteActions(std::size_t count);
   const bool loadNumberOfActions(FILE* file, const QuarnelUtility::Place& place);
 
   const double rememberedValue(int actionIndex) const;

@@ -5,8 +5,8 @@
 
 namespace BinaryFile {
 
-void reportErrno(const QuarnelUtility::Place& place) {
-  const QuarnelUtility::Errno failure{errno, "  -->  "};
+void reportErrno(const QuarnelUtility::Place& place, const char* separator) {
+  const QuarnelUtility::Errno failure{errno, separator};
   QUARNEL_ERROR_AT(place, failure);
 }
 
@@ -31,25 +31,25 @@ const bool mayHold(FILE* file, std::int64_t count, std::int64_t size) {
 }
 
 const bool writeItems(FILE* file, const void* items, std::size_t size, std::size_t count,
-                      const QuarnelUtility::Place& place) {
+                      const QuarnelUtility::Place& place, const char* separator) {
   if (file != nullptr && (count == 0 || std::fwrite(items, size, count, file) == count)) {
     return true;
   }
-  reportErrno(place);
+  reportErrno(place, separator);
   return false;
 }
 
 const bool readItems(FILE* file, void* items, std::size_t size, std::size_t count,
-                     const QuarnelUtility::Place& place) {
-  if (count == 0 && file != nullptr) {
+                     const QuarnelUtility::Place& place, const char* separator) {
+  const bool transferred = file != nullptr && count > 0;
+  const std::size_t complete = transferred ? std::fread(items, size, count, file) : 0;
+  if (file != nullptr && complete == count) {
     return true;
   }
-  const std::size_t complete = file != nullptr ? std::fread(items, size, count, file) : 0;
-  if (complete == count) {
-    return true;
+  reportErrno(place, separator);
+  if (count > 0) {
+    std::memset(static_cast<char*>(items) + complete * size, 0, (count - complete) * size);
   }
-  reportErrno(place);
-  std::memset(static_cast<char*>(items) + complete * size, 0, (count - complete) * size);
   return false;
 }
 

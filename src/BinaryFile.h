@@ -9,12 +9,17 @@
 #include "Allocation.h"
 #include "Utility.h"
 
+// No part of the interface.
+#pragma GCC visibility push(hidden)
 /// Numbers in binary files, as the host holds them: no markers, no padding. A transfer that moves
 /// fewer items than asked is reported with libc's error at the caller's place.
 namespace BinaryFile {
 
+/// What stands between number and text of libc's error in the reports of binary blocks.
+const char* const SEPARATOR = "  -->  ";
+
 /// Reports libc's last error at `place`.
-void reportErrno(const QuarnelUtility::Place& place);
+void reportErrno(const QuarnelUtility::Place& place, const char* separator = SEPARATOR);
 
 /// @return the number of bytes between the file's position and its end; -1 where the file can't
 ///   tell, as a pipe can't.
@@ -25,24 +30,26 @@ const bool mayHold(FILE* file, std::int64_t count, std::int64_t size);
 
 /// Writes `count` items of `size` bytes. @return true, or false after the report.
 const bool writeItems(FILE* file, const void* items, std::size_t size, std::size_t count,
-                      const QuarnelUtility::Place& place);
+                      const QuarnelUtility::Place& place, const char* separator = SEPARATOR);
 
 /// Reads `count` items of `size` bytes; those that are not there become zero.
 /// @return true, or false after the report.
 const bool readItems(FILE* file, void* items, std::size_t size, std::size_t count,
-                     const QuarnelUtility::Place& place);
+                     const QuarnelUtility::Place& place, const char* separator = SEPARATOR);
 
 /// Writes one number.
 template <typename Number>
-const bool write(FILE* file, const Number& number, const QuarnelUtility::Place& place) {
-  return writeItems(file, &number, sizeof(Number), 1, place);
+const bool write(FILE* file, const Number& number, const QuarnelUtility::Place& place,
+                 const char* separator = SEPARATOR) {
+  return writeItems(file, &number, sizeof(Number), 1, place, separator);
 }
 
 /// Reads one number; a short read leaves `number` as it was.
 template <typename Number>
-const bool read(FILE* file, Number& number, const QuarnelUtility::Place& place) {
+const bool read(FILE* file, Number& number, const QuarnelUtility::Place& place,
+                const char* separator = SEPARATOR) {
   Number item{};
-  const bool complete = readItems(file, &item, sizeof(Number), 1, place);
+  const bool complete = readItems(file, &item, sizeof(Number), 1, place, separator);
   if (complete) {
     number = item;
   }
@@ -67,5 +74,6 @@ const bool readGrowing(FILE* file, Container& items, std::size_t count,
 }
 
 }  // namespace BinaryFile
+#pragma GCC visibility pop
 
 #endif

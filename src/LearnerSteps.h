@@ -5,6 +5,8 @@
 #include "Utility.h"
 #include "ValueFunction.h"
 
+// No part of the interface.
+#pragma GCC visibility push(hidden)
 /// What TD, Sarsa and Watkins do alike in an episode and a step.
 namespace LearnerSteps {
 
@@ -25,5 +27,6 @@ void markVisit(ValueFunction& valueFunction, TRACE_TYPE traces, double traceValu
 const bool checkPresent(bool present, const QuarnelUtility::Place& place);
 
 }  // namespace LearnerSteps
+#pragma GCC visibility pop
 
 #endif

@@ -1,17 +1,16 @@
 #include "LookupTable.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
-#include <vector>
 
 #include "Allocation.h"
 #include "BinaryFile.h"
+#include "WeightArray.h"
 #include "WrapAround.h"
 
 namespace {
 
-const char* const NO_WEIGHTS = "weights == 0 --> Maybe forgot to call create?";
+const char* const NOTHING_TO_UPDATE =
+    " or call initEligibilityTraces or storeState before calling updateWeights!";
 const char* const NO_STATE = "statePtr == 0";
 
 }  // namespace
@@ -58,223 +57,105 @@ void LookupTable::calculateActiveIndex() {
 void LookupTable::setState() { calculateActiveIndex(); }
 
 void LookupTable::initWeights(const double (*initFunctionPtr)()) {
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
-    return;
-  }
-  if (initFunctionPtr == nullptr) {
-    QUARNEL_ERROR("initFunctionPtr == 0");
-    return;
-  }
-  for (int i = 0; i < ARRAY_SIZE; ++i) {
-    weights[i] = initFunctionPtr();
-  }
+  WeightArray::initialise(weights, ARRAY_SIZE, initFunctionPtr, QUARNEL_PLACE);
 }
 
 void LookupTable::initEligibilityTraces() {
-  switch (traceStorage) {
-    case Types::ARRAY:
-      if (eTraces == nullptr) {
-        eTraces = allocateMemoryWeights();
-      }
-      if (eTraces != nullptr) {
-        std::fill_n(eTraces, ARRAY_SIZE, 0.0);
-      }
-      break;
-    case Types::MAP:
-      eTracesMap.clear();
-      break;
-    default:
-      QUARNEL_ERROR("Unknown traceStorage = " << traceStorage);
+  if (traceStorage == Types::ARRAY && eTraces == nullptr) {
+    eTraces = allocateMemoryWeights();
   }
+  WeightArray::clearTraces(traceStorage, eTraces, ARRAY_SIZE, eTracesMap, QUARNEL_PLACE);
 }
 
 void LookupTable::updateEligibilityTraces(double GAMMA, double LAMBDA) {
-  const double decay = LAMBDA * GAMMA;
-  switch (traceStorage) {
-    case Types::ARRAY:
-      if (eTraces == nullptr) {
-        QUARNEL_ERROR("traceStorage == ARRAY and eTraces == 0"
-                      << " --> Set traceStorage to MAP or call initEligibilityTraces before calling"
-                      << " updateEligibilityTraces!");
-        return;
-      }
-      for (int i = 0; i < ARRAY_SIZE; ++i) {
-        eTraces[i] *= decay;
-      }
-      break;
-    case Types::MAP:
-      for (auto& entry : eTracesMap) {
-        entry.second *= decay;
-      }
-      break;
-    default:
-      QUARNEL_ERROR("Unknown traceStorage = " << traceStorage);
-  }
+  WeightArray::decayTraces(traceStorage, eTraces, ARRAY_SIZE, eTracesMap, LAMBDA * GAMMA,
+                           QUARNEL_PLACE);
 }
 
 void LookupTable::updateWeights(double ALPHA, double DELTA) {
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
+  if (!checkWeights(QUARNEL_PLACE)) {
     return;
   }
   const double step = DELTA * ALPHA;
   switch (traceStorage) {
     case Types::ARRAY:
-      if (eTraces == nullptr && storedActiveIndex == -1) {
+      if (eTraces != nullptr) {
+        WeightArray::addTraces(weights, ARRAY_SIZE, eTraces, step);
+      } else if (storedActiveIndex != -1) {
+        WeightArray::add(weights, ARRAY_SIZE, storedActiveIndex, step);
+      } else {
         QUARNEL_ERROR("traceStorage == ARRAY and eTraces == 0 and storedActiveIndex == -1"
-                      << " --> Set traceStorage to MAP"
-                      << " or call initEligibilityTraces or storeState before calling"
-                      << " updateWeights!");
-        return;
+                      << " --> Set traceStorage to MAP" << NOTHING_TO_UPDATE);
       }
-      updateFromArray(step);
       break;
     case Types::MAP:
-      if (eTracesMap.empty() && storedActiveIndex == -1) {
+      if (!eTracesMap.empty()) {
+        WeightArray::addTraces(weights, ARRAY_SIZE, eTracesMap, step);
+      } else if (storedActiveIndex != -1) {
+        WeightArray::add(weights, ARRAY_SIZE, storedActiveIndex, step);
+      } else {
         QUARNEL_ERROR("traceStorage == MAP and eTracesMap == empty and storedActiveIndex == -1"
-                      << " --> Set traceStorage to ARRAY"
-                      << " or call initEligibilityTraces or storeState before calling"
-                      << " updateWeights!");
-        return;
+                      << " --> Set traceStorage to ARRAY" << NOTHING_TO_UPDATE);
       }
-      updateFromMap(step);
       break;
     default:
       QUARNEL_ERROR("Unknown traceStorage = " << traceStorage);
   }
 }
 
-void LookupTable::updateFromArray(double step) {
-  if (eTraces == nullptr) {
-    addToWeight(storedActiveIndex, step);
-    return;
-  }
-  for (int i = 0; i < ARRAY_SIZE; ++i) {
-    weights[i] += eTraces[i] * step;
-  }
-}
-
-void LookupTable::updateFromMap(double step) {
-  if (eTracesMap.empty()) {
-    addToWeight(storedActiveIndex, step);
-    return;
-  }
-  for (const auto& entry : eTracesMap) {
-    addToWeight(entry.first, entry.second * step);
-  }
-}
-
 void LookupTable::checkWeightLimit(double MIN_WEIGHT, double MAX_WEIGHT) {
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
-    return;
-  }
-  for (int i = 0; i < ARRAY_SIZE; ++i) {
-    // A comparison with NaN is false, so these two forms turn NaN into MIN_WEIGHT.
-    const double raised = weights[i] > MIN_WEIGHT ? weights[i] : MIN_WEIGHT;
-    weights[i] = MAX_WEIGHT > raised ? raised : MAX_WEIGHT;
+  if (checkWeights(QUARNEL_PLACE)) {
+    WeightArray::clamp(weights, ARRAY_SIZE, MIN_WEIGHT, MAX_WEIGHT);
   }
 }
 
 const double LookupTable::getMinWeight() const {
-  double min = std::numeric_limits<double>::max();
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
-    return min;
-  }
-  for (int i = 0; i < ARRAY_SIZE; ++i) {
-    if (min > weights[i]) {
-      min = weights[i];
-    }
-  }
-  return min;
+  return WeightArray::minimum(weights, checkWeights(QUARNEL_PLACE) ? ARRAY_SIZE : 0);
 }
 
 const double LookupTable::getAvgWeight(bool abs) const {
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
-    return 0.0;
-  }
-  double sum = 0.0;
-  for (int i = 0; i < ARRAY_SIZE; ++i) {
-    sum += abs ? std::fabs(weights[i]) : weights[i];
-  }
-  return sum / ARRAY_SIZE;
+  return checkWeights(QUARNEL_PLACE) ? WeightArray::sum(weights, ARRAY_SIZE, abs) / ARRAY_SIZE
+                                     : 0.0;
 }
 
 const double LookupTable::getMaxWeight() const {
-  double max = std::numeric_limits<double>::lowest();
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
-    return max;
-  }
-  for (int i = 0; i < ARRAY_SIZE; ++i) {
-    if (weights[i] > max) {
-      max = weights[i];
-    }
-  }
-  return max;
+  return WeightArray::maximum(weights, checkWeights(QUARNEL_PLACE) ? ARRAY_SIZE : 0);
 }
 
 void LookupTable::initEpisodeStateHistory() { episodeIndexHistorySet.clear(); }
 
 void LookupTable::valueEpisode(double amount) {
-  if (episodeIndexHistorySet.empty()) {
-    QUARNEL_ERROR("episodeIndexHistorySet is empty! "
-                  << "Did you forget to set ValueFunction::episodeStateHistory to true?");
-    return;
-  }
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
-    return;
-  }
-  for (const int index : episodeIndexHistorySet) {
-    addToWeight(index, amount);
-  }
+  WeightArray::valueEpisode(weights, ARRAY_SIZE, episodeIndexHistorySet, amount, QUARNEL_PLACE);
 }
 
 void LookupTable::rememberCell(int index) {
-  Allocation::succeeds([&] { episodeIndexHistorySet.insert(index); }, "a visited cell",
-                       QUARNEL_PLACE);
+  WeightArray::remember(episodeIndexHistorySet, index, QUARNEL_PLACE);
 }
 
-const bool LookupTable::checkArrayTraces(const QuarnelUtility::Place& place) const {
-  if (eTraces != nullptr) {
-    return true;
-  }
-  // The remedy names updateWeights here as well: that is the call a trace is set for.
-  QUARNEL_ERROR_AT(place, "traceStorage == ARRAY and eTraces == 0"
-                              << " --> Set traceStorage to MAP or call initEligibilityTraces before"
-                              << " calling updateWeights!");
-  return false;
+const bool LookupTable::checkWeights(const QuarnelUtility::Place& place) const {
+  return WeightArray::check(weights, place);
 }
 
-void LookupTable::setArrayTrace(int index, double VALUE) {
-  if (isCell(index)) {
+const bool LookupTable::checkTraces(const QuarnelUtility::Place& place) const {
+  return WeightArray::checkTraces(traceStorage, eTraces, place);
+}
+
+void LookupTable::setTrace(int index, double VALUE, const QuarnelUtility::Place& place) {
+  if (traceStorage == Types::MAP) {
+    WeightArray::setTrace(eTracesMap, index, VALUE, place);
+  } else if (eTraces != nullptr && isCell(index)) {
     eTraces[index] = VALUE;
   }
 }
 
-void LookupTable::setMapTrace(int index, double VALUE, const QuarnelUtility::Place& place) {
-  Allocation::succeeds([&] { eTracesMap[index] = VALUE; }, "a trace", place);
-}
-
 void LookupTable::accumulateTrace(int index, double VALUE, const QuarnelUtility::Place& place) {
-  switch (traceStorage) {
-    case Types::ARRAY:
-      if (checkArrayTraces(place) && activeIndex != -1 && isCell(index)) {
-        eTraces[index] += VALUE;
-      }
-      break;
-    case Types::MAP:
-      if (activeIndex != -1) {
-        const auto found = eTracesMap.find(index);
-        setMapTrace(index, found == eTracesMap.end() ? VALUE : found->second + VALUE, place);
-      }
-      break;
-    default:
-      QUARNEL_ERROR_AT(place, "Unknown traceStorage = " << traceStorage);
+  if (!checkTraces(place) || activeIndex == -1) {
+    return;
+  }
+  if (traceStorage == Types::MAP) {
+    WeightArray::addToTrace(eTracesMap, index, VALUE, place);
+  } else {
+    WeightArray::add(eTraces, ARRAY_SIZE, index, VALUE);
   }
 }
 
@@ -285,23 +166,36 @@ void LookupTable::layOut(int cellsPerState) {
   if (indexOffset == nullptr) {
     return;
   }
-  int nextPlaceValue = cellsPerState;
   long long cells = cellsPerState;
-  for (unsigned int i = indexOffsetSize; i-- > 0;) {
-    const int max = statePtr->getMaxValueInt(i);
-    const int min = statePtr->getMinValueInt(i);
-    indexOffset[i] = nextPlaceValue;
-    nextPlaceValue = WrapAround::add(
-        nextPlaceValue, WrapAround::multiply(WrapAround::subtract(max, min), nextPlaceValue));
-    cells = WrapAround::multiplySaturated(cells, static_cast<long long>(max) - min + 1);
+  for (unsigned int i = 0; i < indexOffsetSize; ++i) {
+    indexOffset[i] = WrapAround::multiply(cellsBehind(i), cellsPerState);
+  }
+  for (unsigned int i = 0; i < indexOffsetSize; ++i) {
+    const long long max = statePtr->getMaxValueInt(i);
+    const long long min = statePtr->getMinValueInt(i);
+    cells = WrapAround::multiplySaturated(cells, max - min + 1);
   }
   // The place values above wrap around; a table that would not hold every combination is refused.
-  if (cells < 0 || cells > std::numeric_limits<int>::max()) {
+  if (!Allocation::isCount(cells)) {
     Allocation::reportFailure<double>(cells, QUARNEL_PLACE);
     return;
   }
   ARRAY_SIZE = static_cast<int>(cells);
   weights = allocateMemoryWeights();
+  if (weights != nullptr) {
+    // Even an initialiser that sets nothing leaves numbers.
+    std::fill_n(weights, ARRAY_SIZE, 0.0);
+  }
+}
+
+const int LookupTable::cellsBehind(unsigned int variable) const {
+  int cells = 1;
+  for (unsigned int j = variable + 1; j < indexOffsetSize; ++j) {
+    const int max = statePtr->getMaxValueInt(j);
+    const int min = statePtr->getMinValueInt(j);
+    cells = WrapAround::add(cells, WrapAround::multiply(WrapAround::subtract(max, min), cells));
+  }
+  return cells;
 }
 
 void LookupTable::allocateMemory() {
@@ -310,9 +204,8 @@ void LookupTable::allocateMemory() {
     return;
   }
   const unsigned int variables = numberOfVariables();
-  indexOffset = Allocation::array<int>(variables, QUARNEL_PLACE);
+  indexOffset = Allocation::zeroes<int>(variables, QUARNEL_PLACE);
   indexOffsetSize = indexOffset != nullptr ? variables : 0;
-  std::fill_n(indexOffset, indexOffsetSize, 0);
 }
 
 double* LookupTable::allocateMemoryWeights() {
@@ -335,8 +228,7 @@ const int LookupTable::save(FILE* file) const {
       !BinaryFile::write(file, ARRAY_SIZE, QUARNEL_PLACE)) {
     return -1;
   }
-  if (weights == nullptr) {
-    QUARNEL_ERROR(NO_WEIGHTS);
+  if (!checkWeights(QUARNEL_PLACE)) {
     return -1;
   }
   const auto cells = static_cast<std::size_t>(std::max(ARRAY_SIZE, 0));
@@ -357,9 +249,12 @@ const bool LookupTable::savePlaceValues(FILE* file, const QuarnelUtility::Place&
 const int LookupTable::load(FILE* file) {
   freeMemory();
   int cells = 0;
-  const bool loaded =
-      BinaryFile::read(file, traceStorage, QUARNEL_PLACE) && loadPlaceValues(file, QUARNEL_PLACE) &&
-      BinaryFile::read(file, cells, QUARNEL_PLACE) && loadWeights(file, cells, QUARNEL_PLACE);
+  const bool loaded = BinaryFile::read(file, traceStorage, QUARNEL_PLACE) &&
+                      loadPlaceValues(file, QUARNEL_PLACE) &&
+                      BinaryFile::read(file, cells, QUARNEL_PLACE) &&
+                      WeightArray::load(
+                          file, cells, ARRAY_SIZE, weights,
+                          [this] { return allocateMemoryWeights(); }, QUARNEL_PLACE);
   return loaded ? 0 : -1;
 }
 
@@ -367,27 +262,4 @@ const bool LookupTable::loadPlaceValues(FILE* file, const QuarnelUtility::Place&
   allocateMemory();
   return indexOffset != nullptr &&
          BinaryFile::readItems(file, indexOffset, sizeof(int), indexOffsetSize, place);
-}
-
-const bool LookupTable::loadWeights(FILE* file, int cells, const QuarnelUtility::Place& place) {
-  const auto count = static_cast<std::size_t>(std::max(cells, 0));
-  if (cells < 0 || !BinaryFile::mayHold(file, cells, sizeof(double))) {
-    BinaryFile::reportErrno(place);
-    return false;
-  }
-  if (BinaryFile::remainingBytes(file) >= 0) {
-    ARRAY_SIZE = cells;
-    weights = allocateMemoryWeights();
-    return weights != nullptr && BinaryFile::readItems(file, weights, sizeof(double), count, place);
-  }
-  std::vector<double> arrived;
-  if (!BinaryFile::readGrowing(file, arrived, count, place)) {
-    return false;
-  }
-  ARRAY_SIZE = cells;
-  weights = allocateMemoryWeights();
-  if (weights != nullptr) {
-    std::copy(arrived.begin(), arrived.end(), weights);
-  }
-  return weights != nullptr;
 }

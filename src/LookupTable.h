@@ -76,8 +76,8 @@ class LookupTable {
   /// Makes the cell of the state's current values the active one.
   virtual void setState();
 
-  /// Computes the active cell; -1 after a report where a value lies so far outside its range that
-  /// the cell lies outside the table.
+  /// Computes the active cell; -1 after a report where there is no state, or where a value lies
+  /// so far outside its range that the cell lies outside the table.
   virtual void calculateActiveIndex();
 
   /// Empties the set of cells visited in the episode.
@@ -98,7 +98,8 @@ class LookupTable {
   /// @return 0; -1 after a report, and the table then may be without weights.
   virtual const int load(FILE* file);
 
-  /// Makes the array of place values, one for each variable of the state.
+  /// Makes the array of place values, one for each variable of the state, and notes its length in
+  /// `indexOffsetSize`; place values beyond that length count as 0.
   virtual void allocateMemory();
 
   /// @return a new array with a number for each cell, not initialised, which the caller stores;
@@ -121,30 +122,32 @@ class LookupTable {
   /// reported and left without weights.
   void layOut(int cellsPerState);
 
-  /// @return true when there is a weight at this index.
+  /// @return true when the index is that of a cell.
   const bool isCell(int index) const { return index >= 0 && index < ARRAY_SIZE; }
 
   /// @return the weight at an index; 0.0 outside the table.
-  const double readWeight(int index) const { return isCell(index) ? weights[index] : 0.0; }
+  const double readWeight(int index) const {
+    return weights != nullptr && isCell(index) ? weights[index] : 0.0;
+  }
 
   /// Sets the weight at an index; does nothing outside the table.
   void writeWeight(int index, double weight) {
-    if (isCell(index)) {
+    if (weights != nullptr && isCell(index)) {
       weights[index] = weight;
     }
   }
 
-  /// Adds to the trace of a cell, in either storage; reports at `place`.
+  /// @return true when there are weights; false after a report at `place`.
+  const bool checkWeights(const QuarnelUtility::Place& place) const;
+
+  /// @return true when traces can be set in the storage in use; false after a report at `place`.
+  const bool checkTraces(const QuarnelUtility::Place& place) const;
+
+  /// Sets the trace of a cell, in either storage.
+  void setTrace(int index, double VALUE, const QuarnelUtility::Place& place);
+
+  /// Adds to the trace of a cell, in either storage, unless no cell is active; reports at `place`.
   void accumulateTrace(int index, double VALUE, const QuarnelUtility::Place& place);
-
-  /// Sets the trace of a cell in the array; does nothing outside the table.
-  void setArrayTrace(int index, double VALUE);
-
-  /// Sets the trace of a cell in the map.
-  void setMapTrace(int index, double VALUE, const QuarnelUtility::Place& place);
-
-  /// @return true when the array of traces is there; false after a report at `place`.
-  const bool checkArrayTraces(const QuarnelUtility::Place& place) const;
 
   /// Records a cell as visited in the episode.
   void rememberCell(int index);
@@ -166,12 +169,10 @@ class LookupTable {
  private:
   const unsigned int numberOfVariables() const;
   const int placeValue(unsigned int variable) const;
-  void addToWeight(int index, double amount) { writeWeight(index, readWeight(index) + amount); }
-  void updateFromArray(double step);
-  void updateFromMap(double step);
+  // The number of combinations of the variables behind one, wrapped around where it is too large.
+  const int cellsBehind(unsigned int variable) const;
   const bool savePlaceValues(FILE* file, const QuarnelUtility::Place& place) const;
   const bool loadPlaceValues(FILE* file, const QuarnelUtility::Place& place);
-  const bool loadWeights(FILE* file, int cells, const QuarnelUtility::Place& place);
 };
 
 #endif

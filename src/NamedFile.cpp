@@ -1,19 +1,15 @@
 #include "NamedFile.h"
 
-#include <cerrno>
 #include <new>
 
-namespace NamedFile {
+#include "BinaryFile.h"
 
-void reportErrno(const QuarnelUtility::Place& place) {
-  const QuarnelUtility::Errno failure{errno, " --> "};
-  QUARNEL_ERROR_AT(place, failure);
-}
+namespace NamedFile {
 
 FILE* open(const std::string& fileName, const char* mode, const QuarnelUtility::Place& place) {
   FILE* const file = std::fopen(fileName.c_str(), mode);
   if (file == nullptr) {
-    reportErrno(place);
+    BinaryFile::reportErrno(place, SEPARATOR);
   }
   return file;
 }
@@ -30,24 +26,6 @@ const bool loadState(FILE* file, State*& state, const QuarnelUtility::Place& pla
   return succeeded(state != nullptr ? 0 : -1, "loading state failed", place);
 }
 
-const bool writeNumber(FILE* file, int number, const QuarnelUtility::Place& place) {
-  if (std::fwrite(&number, sizeof(number), 1, file) == 1) {
-    return true;
-  }
-  reportErrno(place);
-  return false;
-}
-
-const bool readNumber(FILE* file, int& number, const QuarnelUtility::Place& place) {
-  int item = 0;
-  if (std::fread(&item, sizeof(item), 1, file) == 1) {
-    number = item;
-    return true;
-  }
-  reportErrno(place);
-  return false;
-}
-
 const bool succeeded(int status, const char* message, const QuarnelUtility::Place& place) {
   if (status == 0) {
     return true;
@@ -60,7 +38,7 @@ const int close(FILE* file, const QuarnelUtility::Place& place) {
   if (std::fclose(file) == 0) {
     return 0;
   }
-  reportErrno(place);
+  BinaryFile::reportErrno(place, SEPARATOR);
   return -1;
 }
 

@@ -7,12 +7,14 @@
 #include "State.h"
 #include "Utility.h"
 
+// No part of the interface.
+#pragma GCC visibility push(hidden)
 /// The steps that state and action value functions share when they save to and load from a named
 /// file. Each reports its own failure at the caller's place.
 namespace NamedFile {
 
-/// Reports libc's last error at `place`.
-void reportErrno(const QuarnelUtility::Place& place);
+/// What stands between number and text of libc's error in the reports about named files.
+const char* const SEPARATOR = " --> ";
 
 /// @return the open file; null after a report.
 FILE* open(const std::string& fileName, const char* mode, const QuarnelUtility::Place& place);
@@ -25,12 +27,6 @@ const bool saveState(FILE* file, const State* state, const QuarnelUtility::Place
 /// report.
 const bool loadState(FILE* file, State*& state, const QuarnelUtility::Place& place);
 
-/// Writes one number. @return false after a report.
-const bool writeNumber(FILE* file, int number, const QuarnelUtility::Place& place);
-
-/// Reads one number; a short read leaves it as it was. @return false after a report.
-const bool readNumber(FILE* file, int& number, const QuarnelUtility::Place& place);
-
 /// @param status what saving or loading the representation's block returned.
 /// @return true where that was success; false after a report of `message`.
 const bool succeeded(int status, const char* message, const QuarnelUtility::Place& place);
@@ -40,5 +36,6 @@ const bool succeeded(int status, const char* message, const QuarnelUtility::Plac
 const int close(FILE* file, const QuarnelUtility::Place& place);
 
 }  // namespace NamedFile
+#pragma GCC visibility pop
 
 #endif

@@ -5,8 +5,10 @@
 #include <cstring>
 #include <fstream>
 #include <iomanip>
+#include <string_view>
 
 #include "Allocation.h"
+#include "RandomDraw.h"
 
 namespace {
 
@@ -17,11 +19,9 @@ const int LINE_SIZE = 512;
 // No key is near this long; a device that never ends a word must not be read for ever.
 const int WORD_LIMIT = 1 << 20;
 
-// A poll tests the same set again after a failed sigwait(); one that never succeeds is left for the
-// next poll.
-const int SIGWAIT_FAILURES = 1000;
-
-const double RAND_RANGE = 2147483648.0;
+// A poll tests the same set again after a failed sigwait(). No poll needs as many rounds as this; one
+// in which sigwait() never succeeds leaves its signals to the next.
+const int POLL_ROUNDS = 1000;
 
 // A number that is no enumerator is written as the last of the words.
 const char* wordFor(ACTION_SELECTION_TYPE selection) {
@@ -34,7 +34,7 @@ const char* wordFor(TRACE_TYPE traces) {
   return traces == REPLACING ? "REPLACING" : traces == ACCUMULATING ? "ACCUMULATING" : "NONE";
 }
 
-void parseWord(const std::string& word, ACTION_SELECTION_TYPE& selection,
+void parseWord(std::string_view word, ACTION_SELECTION_TYPE& selection,
                const QuarnelUtility::Place& place) {
   for (const ACTION_SELECTION_TYPE known : {GREEDY, EPSILON_GREEDY, SOFTMAX}) {
     if (word == wordFor(known)) {
@@ -45,7 +45,7 @@ void parseWord(const std::string& word, ACTION_SELECTION_TYPE& selection,
   QUARNEL_ERROR_AT(place, "Unknown ActionSelection Algorithm " << word);
 }
 
-void parseWord(const std::string& word, TRACE_TYPE& traces, const QuarnelUtility::Place& place) {
+void parseWord(std::string_view word, TRACE_TYPE& traces, const QuarnelUtility::Place& place) {
   for (const TRACE_TYPE known : {REPLACING, ACCUMULATING, NONE}) {
     if (word == wordFor(known)) {
       traces = known;
@@ -113,12 +113,17 @@ void Quarnel::finishEpisode() {
   QUARNEL_INFORMATION("episode = " << episodes << "  steps = " << steps);
 }
 
-const bool Quarnel::randomAction() const { return EPSILON > std::rand() / RAND_RANGE; }
+const bool Quarnel::randomAction() const { return EPSILON > RandomDraw::unit(); }
 
 void Quarnel::saveConf() const {
+  const QuarnelUtility::Place place = QUARNEL_PLACE;
+  Allocation::succeeds([&] { writeSettings(place); }, "the configuration file", place);
+}
+
+void Quarnel::writeSettings(const QuarnelUtility::Place& place) const {
   std::ofstream file(confFileName);
   if (!file.good()) {
-    QUARNEL_INFORMATION("Was not able to create file (" << confFileName << ")");
+    QUARNEL_INFORMATION_AT(place, "Was not able to create file (" << confFileName << ")");
     return;
   }
   file << "ALPHA " << ALPHA << std::endl
@@ -132,11 +137,19 @@ void Quarnel::saveConf() const {
 }
 
 void Quarnel::loadConf() {
-  std::ifstream file(confFileName);
-  if (!file.good()) {
+  const QuarnelUtility::Place place = QUARNEL_PLACE;
+  bool opened = true;
+  Allocation::succeeds([&] { opened = readSettings(place); }, "the configuration file", place);
+  if (!opened) {
     QUARNEL_INFORMATION("File (" << confFileName << ") didn't exist --> create");
     saveConf();
-    return;
+  }
+}
+
+const bool Quarnel::readSettings(const QuarnelUtility::Place& place) {
+  std::ifstream file(confFileName);
+  if (!file.good()) {
+    return false;
   }
   while (file.good() && file.peek() != std::ifstream::traits_type::eof()) {
     char line[LINE_SIZE] = "";
@@ -145,20 +158,21 @@ void Quarnel::loadConf() {
       file.getline(line, LINE_SIZE);
     } else if (first == ' ' || first == '\t') {
       file.getline(line, LINE_SIZE);
-      QUARNEL_ERROR("spaces at begin of line: " << line);
+      QUARNEL_ERROR_AT(place, "spaces at begin of line: " << line);
     } else {
       std::string key;
       file >> std::setw(WORD_LIMIT) >> key;
       if (key.size() == static_cast<std::size_t>(WORD_LIMIT)) {
-        QUARNEL_ERROR("word of " << WORD_LIMIT << " characters or more in (" << confFileName
-                                 << ") --> stop reading");
-        return;
+        QUARNEL_ERROR_AT(place, "word of " << WORD_LIMIT << " characters or more in ("
+                                           << confFileName << ") --> stop reading");
+        break;
       }
       file.get();
       file.getline(line, LINE_SIZE);
-      applySetting(key, line, QUARNEL_PLACE);
+      applySetting(key, line, place);
     }
   }
+  return true;
 }
 
 void Quarnel::applySetting(const std::string& key, const char* text,
@@ -216,13 +230,11 @@ const bool Quarnel::anySignalPending() const {
 
 void Quarnel::checkPendingSignals() {
   sigpending(&pendingSignals);
-  int failures = 0;
-  while (anySignalPending() && failures < SIGWAIT_FAILURES) {
+  for (int round = 0; round < POLL_ROUNDS && anySignalPending(); ++round) {
     int number = 0;
     if (sigwait(&pendingSignals, &number) != 0) {
       const QuarnelUtility::Errno failure{errno, " --> "};
       QUARNEL_ERROR(failure);
-      ++failures;
       continue;
     }
     switch (number) {

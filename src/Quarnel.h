@@ -36,16 +36,16 @@ enum ACTION_SELECTION_TYPE : int {
 /// that begin with `#` are comments. Keys that it does not name keep their values. Numbers follow
 /// the process's LC_NUMERIC.
 ///
-/// @code
-/// ALPHA 0.1                  step size, usually in (0, 1]
-/// LAMBDA 0.5                 trace decay, in [0, 1]
-/// GAMMA 0.9                  discount factor, in [0, 1]
-/// ACTION_SELECTION GREEDY    GREEDY, EPSILON_GREEDY or SOFTMAX
-/// EPSILON 0.1                exploration probability, in [0, 1]
-/// TEMPERATURE 0.5            softmax temperature, relative to the range of the values, above 0
-/// TRACES REPLACING           REPLACING, ACCUMULATING or NONE
-/// TRACE_VALUE 1              what a visit sets the trace to, or adds to it
-/// @endcode
+/// | key              | default   | meaning                                             |
+/// |------------------|-----------|-----------------------------------------------------|
+/// | ALPHA            | 0.1       | step size, usually in (0, 1]                        |
+/// | LAMBDA           | 0.5       | trace decay, in [0, 1]                              |
+/// | GAMMA            | 0.9       | discount factor, in [0, 1]                          |
+/// | ACTION_SELECTION | GREEDY    | GREEDY, EPSILON_GREEDY or SOFTMAX                   |
+/// | EPSILON          | 0.1       | exploration probability, in [0, 1]                  |
+/// | TEMPERATURE      | 0.5       | softmax, relative to the range of values; above 0   |
+/// | TRACES           | REPLACING | REPLACING, ACCUMULATING or NONE                     |
+/// | TRACE_VALUE      | 1         | what a visit sets the trace to, or adds to it       |
 class Quarnel {
  public:
   /// Sets the parameters to the defaults shown above, seeds libc's random generator with 1 (a
@@ -72,7 +72,9 @@ class Quarnel {
   virtual void saveConf() const;
 
   /// Reads the configuration file over the current parameters, or creates it where it can't be
-  /// opened. Indented lines and unknown words are reported and change nothing.
+  /// opened. Indented lines and unknown values of ACTION_SELECTION and TRACES are reported and
+  /// change nothing; unknown keys are ignored. A line of more than 511 characters ends the reading,
+  /// and so does, after a report, a word of a million.
   virtual void loadConf();
 
  protected:
@@ -118,7 +120,8 @@ class Quarnel {
   virtual void removeSignalHandler();
 
   /// Takes every one of the four signals that is pending, without waiting, and calls its reaction.
-  /// An override may poll less often: signals then wait for the next poll.
+  /// An override may poll less often: signals then wait for the next poll. A `sigwait()` that fails
+  /// a thousand times leaves them to the next poll as well.
   virtual void checkPendingSignals();
 
   /// Reaction to SIGUSR1: reloads the configuration.
@@ -154,6 +157,8 @@ class Quarnel {
   sigset_t pendingSignals;                 ///< Found pending at the last poll and not yet taken.
 
  private:
+  void writeSettings(const QuarnelUtility::Place& place) const;
+  const bool readSettings(const QuarnelUtility::Place& place);
   void applySetting(const std::string& key, const char* text, const QuarnelUtility::Place& place);
   const bool anySignalPending() const;
 };

@@ -35,7 +35,8 @@ void Sarsa::step() {
   continueEpisode = observeState();
   avfPtr->setState();
 
-  double delta = calculateReward() - value;
+  const double reward = calculateReward();
+  double delta = reward - value;
   if (continueEpisode) {
     selectAction(QUARNEL_PLACE);
     delta += value * GAMMA;

@@ -54,14 +54,19 @@ const unsigned int State::registerVariable(const std::string& name, double a, do
 template <typename Variable, typename Number>
 const unsigned int State::append(const std::string& name, Number minValue, Number maxValue,
                                  const QuarnelUtility::Place& place) {
+  bool named = false;
   const bool appended = Allocation::succeeds(
       [&] {
         auto variable = std::make_unique<Variable>(name, minValue, maxValue);
-        vars.push_back(variable.get());
-        variable.release();
+        // A variable that there was no memory to name has reported it and is none.
+        named = variable->getName().size() == name.size();
+        if (named) {
+          vars.push_back(variable.get());
+          static_cast<void>(variable.release());
+        }
       },
       "a variable", place);
-  return appended ? getNumberOfVariables() - 1 : NO_VARIABLE;
+  return appended && named ? getNumberOfVariables() - 1 : NO_VARIABLE;
 }
 
 const unsigned int State::getVariableId(const std::string& name) const {
@@ -114,26 +119,26 @@ const int State::load(FILE* file) {
     return -1;
   }
   varType = type;
-  return varType == INT ? loadVariables<VarValuesInt>(file, count)
-                        : loadVariables<VarValuesDouble>(file, count);
+  return varType == INT ? loadVariables<VarValuesInt>(file, count, QUARNEL_PLACE)
+                        : loadVariables<VarValuesDouble>(file, count, QUARNEL_PLACE);
 }
 
 template <typename Variable>
-const int State::loadVariables(FILE* file, unsigned int count) {
+const int State::loadVariables(FILE* file, unsigned int count, const QuarnelUtility::Place& place) {
   const bool endUnknown = BinaryFile::remainingBytes(file) < 0;
   for (unsigned int i = 0; i < count; ++i) {
     // A pipe can't tell how much it holds: past the trusted count it is followed to its end only.
     if (endUnknown && i >= TRUSTED_COUNT && (std::feof(file) != 0 || std::ferror(file) != 0)) {
-      BinaryFile::reportErrno(QUARNEL_PLACE);
+      BinaryFile::reportErrno(place);
       return -1;
     }
     const bool appended = Allocation::succeeds(
         [&] {
           auto variable = std::make_unique<Variable>(file);
           vars.push_back(variable.get());
-          variable.release();
+          static_cast<void>(variable.release());
         },
-        "a variable", QUARNEL_PLACE);
+        "a variable", place);
     if (!appended) {
       return -1;
     }

@@ -95,8 +95,9 @@ class State {
   /// Replaces the registry with the state record at the file's position; every value then stands
   /// in the middle of its range.
   ///
-  /// @return 0; -1 after an errno report when the number of variables or their kind can't be read,
-  ///   or when there are said to be more than 1024 variables and the file can't hold them. A
+  /// @return 0; -1 after a report when the number of variables or their kind can't be read, when
+  ///   there are said to be more than 1024 variables and the file can't hold them (a pipe: when it
+  ///   ends before them), or when there is no memory for them. A
   ///   variable that can't be read is reported and registered all the same. A kind other than `INT`
   ///   and `DOUBLE` is reported and gives an empty state and 0: files of empty states look so.
   const int load(FILE* file);
@@ -116,7 +117,7 @@ class State {
   const unsigned int append(const std::string& name, Number minValue, Number maxValue,
                             const QuarnelUtility::Place& place);
   template <typename Variable>
-  const int loadVariables(FILE* file, unsigned int count);
+  const int loadVariables(FILE* file, unsigned int count, const QuarnelUtility::Place& place);
 };
 
 inline VarValuesInt* State::intVariable(unsigned int id, const QuarnelUtility::Place& place) const {

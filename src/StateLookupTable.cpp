@@ -38,19 +38,8 @@ void StateLookupTable::accumulatingTraces(double VALUE) {
 }
 
 void StateLookupTable::replacingTraces(double VALUE) {
-  switch (traceStorage) {
-    case Types::ARRAY:
-      if (checkArrayTraces(QUARNEL_PLACE)) {
-        setArrayTrace(activeIndex, VALUE);
-      }
-      break;
-    case Types::MAP:
-      if (activeIndex != -1) {
-        setMapTrace(activeIndex, VALUE, QUARNEL_PLACE);
-      }
-      break;
-    default:
-      QUARNEL_ERROR("Unknown traceStorage = " << traceStorage);
+  if (checkTraces(QUARNEL_PLACE) && activeIndex != -1) {
+    setTrace(activeIndex, VALUE, QUARNEL_PLACE);
   }
 }
 
@@ -85,11 +74,7 @@ const int StateLookupTable::load(FILE* file) {
 }
 
 const double StateLookupTable::getStateValue() const {
-  if (weights == nullptr) {
-    QUARNEL_ERROR("weights == 0 --> Maybe forgot to call create?");
-    return std::numeric_limits<double>::max();
-  }
-  return readWeight(activeIndex);
+  return checkWeights(QUARNEL_PLACE) ? readWeight(activeIndex) : std::numeric_limits<double>::max();
 }
 
 void StateLookupTable::storeActiveIndex() { storedActiveIndex = activeIndex; }

@@ -34,7 +34,6 @@ class StateLookupTable : public StateValueFunction, public LookupTable {
 
   using StateValueFunction::load;
   using StateValueFunction::save;
-  using StateValueFunction::statePtr;
 
   void initWeights(const double (*initFunctionPtr)()) override;
   void initEligibilityTraces() override;
@@ -62,6 +61,8 @@ class StateLookupTable : public StateValueFunction, public LookupTable {
   void valueEpisode(double amount) override;
 
  protected:
+  using StateValueFunction::statePtr;
+
   const int save(FILE* file) const override;
   const int load(FILE* file) override;
 

@@ -13,7 +13,7 @@ const int StateValueFunction::save(const std::string& fileName) const {
   }
   const bool saved = NamedFile::saveState(file, statePtr, QUARNEL_PLACE) &&
                      NamedFile::succeeded(save(file), "saving valuefunction failed", QUARNEL_PLACE);
-  // After a failure the file stays open on purpose: nothing more may happen to a damaged file.
+  // Kept on purpose: after a failure the file stays open until the process ends.
   return saved ? NamedFile::close(file, QUARNEL_PLACE) : -1;
 }
 
@@ -25,6 +25,6 @@ const int StateValueFunction::load(const std::string& fileName) {
   const bool loaded =
       NamedFile::loadState(file, statePtr, QUARNEL_PLACE) &&
       NamedFile::succeeded(load(file), "loading valuefunction failed", QUARNEL_PLACE);
-  // After a failure the file stays open on purpose, as in save().
+  // Kept on purpose, as in save(): after a failure the file stays open.
   return loaded ? NamedFile::close(file, QUARNEL_PLACE) : -1;
 }

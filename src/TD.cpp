@@ -35,7 +35,8 @@ void TD::step() {
   continueEpisode = observeState();
   svfPtr->setState();
 
-  double delta = calculateReward() - value;
+  const double reward = calculateReward();
+  double delta = reward - value;
   if (continueEpisode) {
     value = svfPtr->getStateValue();
     delta += GAMMA * value;

@@ -1,7 +1,6 @@
 #ifndef QUARNEL_UTILITY_H
 #define QUARNEL_UTILITY_H
 
-#include <iosfwd>
 #include <iostream>
 
 /// What the report macros are made of.
@@ -43,10 +42,13 @@ std::ostream& operator<<(std::ostream& os, const Errno& failure);
 /// Reports an error in one line on standard error: where it stands, and the message.
 #define QUARNEL_ERROR(message) QUARNEL_ERROR_AT(QUARNEL_PLACE, message)
 
-/// Reports normal progress in one line on standard output, in the layout of `QUARNEL_ERROR`.
-#define QUARNEL_INFORMATION(message)                    \
-  do {                                                  \
-    std::cout << QUARNEL_PLACE << message << std::endl; \
+/// Reports normal progress in one line on standard output, as seen from another place.
+#define QUARNEL_INFORMATION_AT(place, message)    \
+  do {                                            \
+    std::cout << (place) << message << std::endl; \
   } while (false)
+
+/// Reports normal progress in one line on standard output, in the layout of `QUARNEL_ERROR`.
+#define QUARNEL_INFORMATION(message) QUARNEL_INFORMATION_AT(QUARNEL_PLACE, message)
 
 #endif

@@ -1,14 +1,8 @@
 #include "ValueFunction.h"
 
-#include <cstdlib>
 #include <limits>
 
-namespace {
-
-// 2^-31 has the same value in both precisions; in double the result stays below the upper bound.
-const double RAND_SCALE = 4.656612873077393e-10F;
-
-}  // namespace
+#include "RandomDraw.h"
 
 double ValueFunction::value = 0.0;
 double ValueFunction::minValue = -0.5;
@@ -24,5 +18,5 @@ ValueFunction::ValueFunction(State* state)
 ValueFunction::~ValueFunction() { delete statePtr; }
 
 const double ValueFunction::getRandomValue() {
-  return std::rand() * RAND_SCALE * (maxValue - minValue) + minValue;
+  return RandomDraw::unit() * (maxValue - minValue) + minValue;
 }

@@ -66,7 +66,7 @@ class ValueFunction {
   virtual const double getMinWeight() const = 0;
 
   /// @param abs true for the mean of the absolute values.
-  /// @return the mean of the weights; 0.0 where there are none.
+  /// @return the mean of the weights; 0.0 before there are any.
   virtual const double getAvgWeight(bool abs) const = 0;
 
   /// @return the largest weight; -1.7976931348623157e308 where there is none.
@@ -132,9 +132,10 @@ class ValueFunction {
     maxValue = newMaxValue;
   }
 
-  /// @param functionPtr what the representation initialises its weights with when it is created.
+  /// @param functionPtr what the representation initialises its weights with when it is created;
+  ///   null for the constant initialiser.
   void setInitWeightsFunctionPtr(const double (*functionPtr)()) {
-    initWeightsFunctionPtr = functionPtr;
+    initWeightsFunctionPtr = functionPtr != nullptr ? functionPtr : getValue;
   }
 
   /// @return the initialiser that draws from `rand()`, uniformly over the range set by

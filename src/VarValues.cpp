@@ -22,10 +22,6 @@ const bool VarValues::saveNameText(FILE* file, const QuarnelUtility::Place& plac
 
 const bool VarValues::loadNameText(FILE* file, unsigned int length,
                                    const QuarnelUtility::Place& place) {
-  if (!BinaryFile::mayHold(file, length, 1)) {
-    BinaryFile::reportErrno(place);
-    return false;
-  }
   std::string text;
   const bool complete = BinaryFile::readGrowing(file, text, length, place);
   if (complete) {

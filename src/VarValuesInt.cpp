@@ -24,19 +24,30 @@ VarValuesInt::VarValuesInt(FILE* file)
 VarValuesInt::~VarValuesInt() = default;
 
 const int VarValuesInt::save(FILE* file) const {
-  const bool saved = saveNameLength(file, QUARNEL_PLACE) && saveNameText(file, QUARNEL_PLACE) &&
-                     BinaryFile::write(file, minValue, QUARNEL_PLACE) &&
-                     BinaryFile::write(file, maxValue, QUARNEL_PLACE);
-  return saved ? 0 : -1;
+  if (!saveNameLength(file, QUARNEL_PLACE)) {
+    return -1;
+  }
+  if (!saveNameText(file, QUARNEL_PLACE)) {
+    return -1;
+  }
+  if (!BinaryFile::write(file, minValue, QUARNEL_PLACE)) {
+    return -1;
+  }
+  return BinaryFile::write(file, maxValue, QUARNEL_PLACE) ? 0 : -1;
 }
 
 const int VarValuesInt::load(FILE* file) {
   unsigned int nameLength = 0;
-  const bool loaded = BinaryFile::read(file, nameLength, QUARNEL_PLACE) &&
-                      loadNameText(file, nameLength, QUARNEL_PLACE) &&
-                      BinaryFile::read(file, minValue, QUARNEL_PLACE) &&
-                      BinaryFile::read(file, maxValue, QUARNEL_PLACE);
-  if (!loaded) {
+  if (!BinaryFile::read(file, nameLength, QUARNEL_PLACE)) {
+    return -1;
+  }
+  if (!loadNameText(file, nameLength, QUARNEL_PLACE)) {
+    return -1;
+  }
+  if (!BinaryFile::read(file, minValue, QUARNEL_PLACE)) {
+    return -1;
+  }
+  if (!BinaryFile::read(file, maxValue, QUARNEL_PLACE)) {
     return -1;
   }
   value = middle(minValue, maxValue);

@@ -33,7 +33,8 @@ void Watkins::step() {
   continueEpisode = observeState();
   avfPtr->setState();
 
-  double delta = calculateReward() - value;
+  const double reward = calculateReward();
+  double delta = reward - value;
   if (continueEpisode) {
     value = avfPtr->setGreedyActionIndex();
     delta += value * GAMMA;

@@ -3,6 +3,8 @@
 
 #include <limits>
 
+// No part of the interface.
+#pragma GCC visibility push(hidden)
 /// Integer arithmetic in two's complement. Ranges, counts and indices come from files and callers;
 /// where a result does not fit an `int` it wraps around, and the checks that follow catch it.
 namespace WrapAround {
@@ -30,5 +32,6 @@ inline const long long multiplySaturated(long long a, long long b) {
 }
 
 }  // namespace WrapAround
+#pragma GCC visibility pop
 
 #endif
