@@ -1,0 +1,154 @@
+// The order of the fields is part of the interface, as that of the virtual functions is: a program
+// built against one version must find the fields of the next at the same places.
+
+#include <gmock/gmock.h>
+#include <quarnel/ActionLookupTable.h>
+#include <quarnel/ActionValueFunction.h>
+#include <quarnel/LookupTable.h>
+#include <quarnel/Quarnel.h>
+#include <quarnel/Sarsa.h>
+#include <quarnel/State.h>
+#include <quarnel/StateLookupTable.h>
+#include <quarnel/TD.h>
+#include <quarnel/ValueFunction.h>
+#include <quarnel/VarValues.h>
+#include <quarnel/VarValuesDouble.h>
+#include <quarnel/VarValuesInt.h>
+#include <quarnel/Watkins.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+namespace {
+
+using Addresses = std::vector<const void*>;
+
+void expectAscending(const Addresses& fields) {
+  for (std::size_t i = 1; i < fields.size(); ++i) {
+    EXPECT_TRUE(std::less<const void*>()(fields[i - 1], fields[i]))
+        << "field " << i << " (from 0) does not stand behind field " << i - 1;
+  }
+}
+
+struct StateProbe : State {
+  Addresses fields() const { return {&varType, &vars}; }
+};
+
+TEST(Fields, State) { expectAscending(StateProbe().fields()); }
+
+template <typename Variable>
+struct VariableProbe : Variable {
+  using Variable::Variable;
+  Addresses fields() const { return {&this->name, &this->value, &this->minValue, &this->maxValue}; }
+};
+
+TEST(Fields, VarValuesInt) { expectAscending(VariableProbe<VarValuesInt>("", 0, 1).fields()); }
+
+TEST(Fields, VarValuesDouble) {
+  expectAscending(VariableProbe<VarValuesDouble>("", 0.0, 1.0).fields());
+}
+
+template <typename Learner>
+struct LearnerProbe : Learner {
+  using Learner::Learner;
+  void setInitialState() override {}
+  void takeAction() override {}
+  const bool observeState() override { return false; }
+  const double calculateReward() override { return 0.0; }
+
+  Addresses baseFields() const {
+    return {&this->ALPHA,
+            &this->LAMBDA,
+            &this->GAMMA,
+            &this->EPSILON,
+            &this->TRACES,
+            &this->TRACE_VALUE,
+            &this->ACTION_SELECTION,
+            &this->TEMPERATURE,
+            &this->continueLearning,
+            &this->continueEpisode,
+            &this->sigTermRcvd,
+            &this->sigIntRcvd,
+            &this->episodes,
+            &this->steps,
+            &this->value,
+            &this->confFileName,
+            &this->oldSigSet,
+            &this->newSigSet,
+            &this->pendingSignals};
+  }
+};
+
+template <typename Learner>
+struct ActionLearnerProbe : LearnerProbe<Learner> {
+  using LearnerProbe<Learner>::LearnerProbe;
+  Addresses ownFields() const { return {&this->pendingSignals, &this->avfPtr}; }
+};
+
+struct TDProbe : LearnerProbe<TD> {
+  using LearnerProbe::LearnerProbe;
+  Addresses ownFields() const { return {&pendingSignals, &svfPtr}; }
+};
+
+template <typename Probe>
+void expectLearnerFieldsAscending() {
+  const Probe learner("fields_test.conf");
+  std::remove("fields_test.conf");
+  expectAscending(learner.baseFields());
+  expectAscending(learner.ownFields());
+}
+
+TEST(Fields, TD) { expectLearnerFieldsAscending<TDProbe>(); }
+
+TEST(Fields, Sarsa) { expectLearnerFieldsAscending<ActionLearnerProbe<Sarsa>>(); }
+
+TEST(Fields, Watkins) { expectLearnerFieldsAscending<ActionLearnerProbe<Watkins>>(); }
+
+template <typename Table>
+struct TableProbe : Table {
+  using Table::Table;
+
+  Addresses interfaceFields() const {
+    return {&this->ValueFunction::statePtr, &this->initWeightsFunctionPtr, &this->minWeightLimit,
+            &this->maxWeightLimit, &this->episodeStateHistory};
+  }
+
+  Addresses tableFields() const {
+    return {&this->episodeStateHistory,
+            &this->traceStorage,
+            &this->ARRAY_SIZE,
+            &this->weights,
+            &this->eTraces,
+            &this->eTracesMap,
+            &this->indexOffset,
+            &this->activeIndex,
+            &this->storedActiveIndex,
+            &this->episodeIndexHistorySet,
+            &this->LookupTable::statePtr};
+  }
+};
+
+struct ActionTableProbe : TableProbe<ActionLookupTable> {
+  using TableProbe::TableProbe;
+  Addresses actionFields() const {
+    return {&episodeStateHistory, &ACTIONS,      &activeActionIndex,
+            &registeredActions,   &actionValues, &traceStorage};
+  }
+};
+
+TEST(Fields, StateLookupTable) {
+  const TableProbe<StateLookupTable> table(new State);
+  expectAscending(table.interfaceFields());
+  expectAscending(table.tableFields());
+}
+
+TEST(Fields, ActionLookupTable) {
+  const ActionTableProbe table(new State);
+  expectAscending(table.interfaceFields());
+  expectAscending(table.actionFields());
+  expectAscending(table.tableFields());
+}
+
+}  // namespace
