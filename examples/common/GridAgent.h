@@ -30,8 +30,8 @@ class MoveAction : public AbstractAction {
 template <class Learner, class World>
 class GridAgent : public ReportingAgent<Learner> {
  public:
-  /// @param newOptions configuration, number of episodes and kind of output; must outlive the
-  /// agent.
+  /// @param newOptions configuration, number of episodes and kind of output; must outlive
+  ///   the agent.
   /// @param seed seed of the random numbers.
   GridAgent(const Options& newOptions, unsigned int seed) : ReportingAgent<Learner>(newOptions) {
     State* const state = new State;

@@ -13,8 +13,8 @@
 template <class Learner>
 class ReportingAgent : public Learner {
  public:
-  /// @param newOptions configuration, number of episodes and kind of output; must outlive the
-  /// agent.
+  /// @param newOptions configuration, number of episodes and kind of output; must outlive
+  ///   the agent.
   explicit ReportingAgent(const Options& newOptions)
       : Learner(newOptions.configuration), options(newOptions) {}
 

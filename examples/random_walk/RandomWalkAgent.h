@@ -20,8 +20,8 @@ struct Overrides {
 /// An agent that steps to the left or to the right at random and learns the value of every state.
 class RandomWalkAgent : public ReportingAgent<TD> {
  public:
-  /// @param newOptions configuration, number of episodes and kind of output; must outlive the
-  /// agent.
+  /// @param newOptions configuration, number of episodes and kind of output; must outlive
+  ///   the agent.
   /// @param newOverrides stronger than the configuration, also after it is read again.
   /// @param newWorld where to walk.
   /// @param seed seed of the random numbers.

@@ -3,13 +3,12 @@
 // Problem     Find the shortest way across a grid over which a wind blows upward.
 // State       row 0 .. 6 and column 0 .. 9. Episodes start in row 3, column 0.
 // Actions     up, right, down, left; the wind of the column that is left lifts the walker by 0, 1
-// or
-//             2 cells.
+//             or 2 cells.
 // Reward      -1 for every step.
 // End         At the goal in row 3, column 7.
 // Parameters  windy_gridworld.conf: alpha .5, gamma 1, epsilon .1, no traces. The values start at
-// 0. Published   Sutton and Barto, Reinforcement Learning, 2nd edition, example 6.5: the shortest
-// way
+//             0.
+// Published   Sutton and Barto, Reinforcement Learning, 2nd edition, example 6.5: the shortest way
 //             takes 15 steps; Sarsa finishes about 160 to 170 episodes within 8,000 steps.
 // Ours        100 runs, seeds 1 to 100; all figures are in docs/results.md.
 //             Share of runs whose greedy path takes 15 steps, Watkins: 1 +- 0, accepted 1 .. 1.
