@@ -27,6 +27,8 @@ using Words = std::vector<std::string>;
 const int STEERING_SIGNALS[] = {SIGINT, SIGTERM, SIGUSR1};
 
 /// What a program printed and how it ended.
+const unsigned int LONGEST_RUN = 120;  // seconds
+
 struct Outcome {
   int exitCode;
   std::string out;
@@ -82,6 +84,8 @@ class Examples : public ::testing::Test {
       for (const int signal : signals) {
         raise(signal);
       }
+      // A program that misses its signal fails the test instead of holding it up.
+      alarm(LONGEST_RUN);
       become(program, words);
     }
     int status = 0;
