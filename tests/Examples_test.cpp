@@ -26,9 +26,9 @@ using Words = std::vector<std::string>;
 
 const int STEERING_SIGNALS[] = {SIGINT, SIGTERM, SIGUSR1};
 
-/// What a program printed and how it ended.
 const unsigned int LONGEST_RUN = 120;  // seconds
 
+/// What a program printed and how it ended.
 struct Outcome {
   int exitCode;
   std::string out;
