@@ -10,9 +10,9 @@
 /// action may carry data of its own in a derived class.
 class AbstractAction {
  public:
-  AbstractAction() = default;
-  AbstractAction(const AbstractAction&) = default;
-  AbstractAction& operator=(const AbstractAction&) = default;
+  AbstractAction();
+  AbstractAction(const AbstractAction&);
+  AbstractAction& operator=(const AbstractAction&);
   virtual ~AbstractAction();
 
   /// Describes the action, for output of the application's own; writes nothing unless overridden.

@@ -5,6 +5,9 @@
 
 VarValues::VarValues(const std::string& newName) { setName(newName); }
 
+// Here and not in the header, so that the library exports them.
+VarValues::VarValues(const VarValues&) = default;
+VarValues& VarValues::operator=(const VarValues&) = default;
 VarValues::~VarValues() = default;
 
 void VarValues::setName(const std::string& newName) {

@@ -17,8 +17,8 @@ class VarValues {
 
   virtual ~VarValues();
 
-  VarValues(const VarValues&) = default;
-  VarValues& operator=(const VarValues&) = default;
+  VarValues(const VarValues&);
+  VarValues& operator=(const VarValues&);
 
   /// Writes the variable's record at the file's position: the length of the name (4 bytes), the
   /// name, the lower and the upper end of the range. The current value is not part of it.

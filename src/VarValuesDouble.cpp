@@ -19,6 +19,9 @@ VarValuesDouble::VarValuesDouble(FILE* file)
   VarValuesDouble::load(file);
 }
 
+// Here and not in the header, so that the library exports them.
+VarValuesDouble::VarValuesDouble(const VarValuesDouble&) = default;
+VarValuesDouble& VarValuesDouble::operator=(const VarValuesDouble&) = default;
 VarValuesDouble::~VarValuesDouble() = default;
 
 const int VarValuesDouble::save(FILE* file) const {

@@ -22,8 +22,8 @@ class VarValuesDouble : public VarValues {
 
   ~VarValuesDouble() override;
 
-  VarValuesDouble(const VarValuesDouble&) = default;
-  VarValuesDouble& operator=(const VarValuesDouble&) = default;
+  VarValuesDouble(const VarValuesDouble&);
+  VarValuesDouble& operator=(const VarValuesDouble&);
 
   const int save(FILE* file) const override;
   const int load(FILE* file) override;

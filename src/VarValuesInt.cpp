@@ -21,6 +21,9 @@ VarValuesInt::VarValuesInt(FILE* file)
   VarValuesInt::load(file);
 }
 
+// Here and not in the header, so that the library exports them.
+VarValuesInt::VarValuesInt(const VarValuesInt&) = default;
+VarValuesInt& VarValuesInt::operator=(const VarValuesInt&) = default;
 VarValuesInt::~VarValuesInt() = default;
 
 const int VarValuesInt::save(FILE* file) const {

@@ -22,8 +22,8 @@ class VarValuesInt : public VarValues {
 
   ~VarValuesInt() override;
 
-  VarValuesInt(const VarValuesInt&) = default;
-  VarValuesInt& operator=(const VarValuesInt&) = default;
+  VarValuesInt(const VarValuesInt&);
+  VarValuesInt& operator=(const VarValuesInt&);
 
   const int save(FILE* file) const override;
   const int load(FILE* file) override;
