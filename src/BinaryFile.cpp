@@ -25,6 +25,15 @@ const std::int64_t remainingBytes(FILE* file) {
   return remaining;
 }
 
+void refuseCount(FILE* file, const QuarnelUtility::Place& place, const char* separator) {
+  const int transferErrno = errno;
+  reportErrno(place, separator);
+  if (file != nullptr) {
+    std::fseek(file, 0, SEEK_END);
+  }
+  errno = transferErrno;
+}
+
 const bool mayHold(FILE* file, std::int64_t count, std::int64_t size) {
   const std::int64_t remaining = remainingBytes(file);
   return remaining < 0 || count <= remaining / size;
@@ -32,7 +41,8 @@ const bool mayHold(FILE* file, std::int64_t count, std::int64_t size) {
 
 const bool writeItems(FILE* file, const void* items, std::size_t size, std::size_t count,
                       const QuarnelUtility::Place& place, const char* separator) {
-  if (file != nullptr && (count == 0 || std::fwrite(items, size, count, file) == count)) {
+  if (file != nullptr &&
+      (count == 0 || (items != nullptr && std::fwrite(items, size, count, file) == count))) {
     return true;
   }
   reportErrno(place, separator);

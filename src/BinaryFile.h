@@ -25,6 +25,10 @@ void reportErrno(const QuarnelUtility::Place& place, const char* separator = SEP
 ///   tell, as a pipe can't.
 const std::int64_t remainingBytes(FILE* file);
 
+/// Takes a count that the file can't hold for the short read it would end in: reports libc's last
+/// error at `place` and leaves the file at its end.
+void refuseCount(FILE* file, const QuarnelUtility::Place& place, const char* separator = SEPARATOR);
+
 /// @return false when the file tells that fewer than `count` items of `size` bytes are left in it.
 const bool mayHold(FILE* file, std::int64_t count, std::int64_t size);
 

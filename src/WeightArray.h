@@ -86,7 +86,7 @@ template <typename Allocate>
 const bool load(FILE* file, int storedSize, int& size, double*& weights, const Allocate& allocate,
                 const QuarnelUtility::Place& place) {
   if (storedSize < 0 || !BinaryFile::mayHold(file, storedSize, sizeof(double))) {
-    BinaryFile::reportErrno(place);
+    BinaryFile::refuseCount(file, place);
     return false;
   }
   const auto count = static_cast<std::size_t>(storedSize);

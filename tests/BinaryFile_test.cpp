@@ -129,6 +129,35 @@ TEST(BinaryFileRemainingBytes, LeaveErrnoAsItIs) {
   EXPECT_EQ(errno, ERANGE);
 }
 
+TEST(BinaryFileRefuseCount, ReportsTheLastErrorAndLeavesTheFileAtItsEndAsAShortReadWould) {
+  Reports reports;
+  const MemoryFile file("abcdefgh");
+  std::fgetc(file);
+  errno = ENOENT;
+  BinaryFile::refuseCount(file, PLACE);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(reports.errors(),
+            std::vector<std::string>{"errno = 2  -->  No such file or directory"});
+  EXPECT_EQ(std::ftell(file), 8);
+  EXPECT_EQ(std::fgetc(file), EOF);
+}
+
+TEST(BinaryFileRefuseCount, OfAStreamThatCanNotSeekOnlyReports) {
+  Reports reports;
+  const Pipe file("abcde");
+  errno = ENOENT;
+  BinaryFile::refuseCount(file, PLACE, " --> ");
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(reports.errors(), std::vector<std::string>{"errno = 2 --> No such file or directory"});
+  EXPECT_EQ(std::fgetc(file), 'a');
+}
+
+TEST(BinaryFileRefuseCount, OfNoFileOnlyReports) {
+  Reports reports;
+  BinaryFile::refuseCount(nullptr, PLACE);
+  EXPECT_EQ(reports.errors().size(), 1u);
+}
+
 TEST(BinaryFileMayHold, AsManyItemsAsAreLeft) {
   for (const std::size_t size : {15u, 16u, 17u, 23u}) {
     const MemoryFile file(std::string(size, 'x'));

@@ -3,13 +3,19 @@
 
 #include <gmock/gmock.h>
 #include <quarnel/ActionLookupTable.h>
+#include <quarnel/ActionTileCoding.h>
+#include <quarnel/ActionTilings.h>
 #include <quarnel/ActionValueFunction.h>
 #include <quarnel/LookupTable.h>
 #include <quarnel/Quarnel.h>
 #include <quarnel/Sarsa.h>
 #include <quarnel/State.h>
 #include <quarnel/StateLookupTable.h>
+#include <quarnel/StateTileCoding.h>
+#include <quarnel/StateTilings.h>
 #include <quarnel/TD.h>
+#include <quarnel/TileCoding.h>
+#include <quarnel/Tilings.h>
 #include <quarnel/ValueFunction.h>
 #include <quarnel/VarValues.h>
 #include <quarnel/VarValuesDouble.h>
@@ -19,6 +25,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <functional>
+#include <list>
 #include <vector>
 
 namespace {
@@ -149,6 +156,61 @@ TEST(Fields, ActionLookupTable) {
   expectAscending(table.interfaceFields());
   expectAscending(table.actionFields());
   expectAscending(table.tableFields());
+}
+
+template <typename Group>
+struct TilingsProbe : Group {
+  using Group::Group;
+
+  Addresses groupFields() const {
+    return {&this->TILINGS,
+            &this->DIMENSIONS,
+            &this->traceStorage,
+            &this->vars,
+            &this->tiles,
+            &this->tileWidth,
+            &this->indexOffset,
+            &this->activeTiles,
+            &this->storedActiveIndices,
+            &this->tileOffset,
+            &this->ARRAY_SIZE,
+            &this->weights,
+            &this->eTraces,
+            &this->eTracesMap,
+            &this->statePtr,
+            &this->episodeIndexHistorySet};
+  }
+};
+
+struct ActionTilingsProbe : TilingsProbe<ActionTilings> {
+  using TilingsProbe::TilingsProbe;
+  Addresses ownFields() const { return {&episodeIndexHistorySet, &ACTIONS}; }
+};
+
+TEST(Fields, StateTilings) {
+  const std::list<Types::TILINGS_VAR_STRUCT> none;
+  expectAscending(TilingsProbe<StateTilings>(1, none).groupFields());
+}
+
+TEST(Fields, ActionTilings) {
+  const std::list<Types::TILINGS_VAR_STRUCT> none;
+  const ActionTilingsProbe group(1, none);
+  expectAscending(group.groupFields());
+  expectAscending(group.ownFields());
+}
+
+template <typename Coding>
+struct CodingProbe : Coding {
+  using Coding::Coding;
+  Addresses fields() const {
+    return {&this->episodeStateHistory, &this->tilingPtrList, &this->numberOfTilings};
+  }
+};
+
+TEST(Fields, StateTileCoding) { expectAscending(CodingProbe<StateTileCoding>(new State).fields()); }
+
+TEST(Fields, ActionTileCoding) {
+  expectAscending(CodingProbe<ActionTileCoding>(new State).fields());
 }
 
 }  // namespace

@@ -4,14 +4,20 @@
 
 #include <quarnel/AbstractAction.h>
 #include <quarnel/ActionLookupTable.h>
+#include <quarnel/ActionTileCoding.h>
+#include <quarnel/ActionTilings.h>
 #include <quarnel/ActionValueFunction.h>
 #include <quarnel/LookupTable.h>
 #include <quarnel/Quarnel.h>
 #include <quarnel/Sarsa.h>
 #include <quarnel/State.h>
 #include <quarnel/StateLookupTable.h>
+#include <quarnel/StateTileCoding.h>
+#include <quarnel/StateTilings.h>
 #include <quarnel/StateValueFunction.h>
 #include <quarnel/TD.h>
+#include <quarnel/TileCoding.h>
+#include <quarnel/Tilings.h>
 #include <quarnel/ValueFunction.h>
 #include <quarnel/VarValues.h>
 #include <quarnel/VarValuesDouble.h>
@@ -108,6 +114,13 @@ struct Probe<ActionValueFunction> : RepresentationProbe<ActionValueFunction> {
   void removeAction(int) override {}
 };
 
+template <>
+struct Probe<TileCoding> : TileCoding {
+  void accumulatingTraces(double) override {}
+  void replacingTraces(double) override {}
+  const int load(FILE*) override { return 0; }
+};
+
 // Constructing the probes makes the compiler write their vtables.
 void useProbes(const std::string& text) {
   Probe<AbstractAction>();
@@ -124,4 +137,10 @@ void useProbes(const std::string& text) {
   Probe<LookupTable>{nullptr};
   Probe<StateLookupTable>{text};
   Probe<ActionLookupTable>{text};
+  Probe<Tilings>(nullptr, nullptr);
+  Probe<StateTilings>(nullptr, nullptr);
+  Probe<ActionTilings>(nullptr, 0, nullptr);
+  Probe<TileCoding>();
+  Probe<StateTileCoding>{text};
+  Probe<ActionTileCoding>{text};
 }

@@ -1,0 +1,203 @@
+#ifndef QUARNEL_TILINGS_H
+#define QUARNEL_TILINGS_H
+
+#include <cstdio>
+#include <list>
+#include <map>
+#include <set>
+
+#include "State.h"
+#include "Types.h"
+#include "Utility.h"
+
+/// A group of tilings over some of the real state variables.
+///
+/// Every tiling of a group cuts the space of the covered variables into tiles of the same widths;
+/// the tilings are shifted against each other by equal steps of a tile's width. For a state each
+/// tiling has one active tile, or none, and the value of the state is the sum of the active tiles'
+/// weights. A fine resolution comes from many tilings, generalisation from wide tiles.
+///
+/// The weights of all tilings lie interleaved in one array: the number of the tiling varies
+/// fastest, then the tile along the last variable.
+///
+/// `StateTilings` and `ActionTilings` add the layout over a state and the values; their containers
+/// `StateTileCoding` and `ActionTileCoding` are what a learner works on.
+///
+/// An index outside the array is reported when a state activates it; it then counts as no active
+/// tile wherever weights and traces are read or changed.
+///
+/// Source: Sutton and Barto, Reinforcement Learning, 2nd edition, section 9.5.4 (tile coding).
+class Tilings {
+ public:
+  /// A group that has no weights until it is laid out over a state.
+  ///
+  /// @param numberOfTilings at least 1.
+  /// @param varList the covered variables: id, the resolution wished for (the shift between two
+  ///   tilings, in units of the variable; above 0) and what happens at the ends of the range.
+  Tilings(int numberOfTilings, const std::list<Types::TILINGS_VAR_STRUCT>& varList);
+
+  /// Reads a group with `load()`, whose failures are only reported.
+  ///
+  /// @param aStatePtr the state whose variables are covered; not owned.
+  /// @param file stands at the group's block.
+  Tilings(State* aStatePtr, FILE* file);
+
+  virtual ~Tilings();
+
+  Tilings(const Tilings&) = delete;
+  Tilings& operator=(const Tilings&) = delete;
+
+  /// Sets every weight, in storage order, to a fresh call of the function.
+  virtual void initWeights(const double (*initFunctionPtr)());
+
+  /// Makes all traces zero. Makes the array of traces in `ARRAY` storage.
+  virtual void initEligibilityTraces();
+
+  /// Adds ALPHA * DELTA * trace to every weight with a trace; while there are no traces, adds
+  /// ALPHA * DELTA to the weights of the stored tiles. Having neither is reported.
+  ///
+  /// @param ALPHA the learning rate.
+  /// @param DELTA the temporal-difference error.
+  virtual void updateWeights(double ALPHA, double DELTA);
+
+  /// Multiplies every trace by GAMMA * LAMBDA. No entry of the map is ever removed, however small.
+  ///
+  /// @param GAMMA the discount factor.
+  /// @param LAMBDA the trace decay.
+  virtual void updateEligibilityTraces(double GAMMA, double LAMBDA);
+
+  /// Clamps every weight into [MIN_WEIGHT, MAX_WEIGHT], the lower limit first.
+  virtual void checkWeightLimit(double MIN_WEIGHT, double MAX_WEIGHT);
+
+  /// @return the smallest weight; 1.7976931348623157e308 after a report where there are none.
+  virtual const double getMinWeight() const;
+
+  /// @param abs true for the sum of the absolute values.
+  /// @param weightCount the number of weights is added to it.
+  /// @return the sum of the weights; 0.0 after a report where there are none.
+  virtual const double getWeightSum(bool abs, int& weightCount) const;
+
+  /// @return the largest weight; -1.7976931348623157e308 after a report where there are none.
+  virtual const double getMaxWeight() const;
+
+  /// Finds the active tile of every tiling for the state's current values.
+  virtual void activateTiles();
+
+  /// Empties the set of tiles visited in the episode.
+  virtual void initEpisodeStateHistory();
+
+  /// Adds an amount to the weight of every tile visited in the episode, once each; reports where
+  /// there is none.
+  virtual void valueEpisode(double amount);
+
+  /// Writes the group's block: sizes, variables, layout and weights. @return 0; -1 after a report.
+  virtual const int save(FILE* file) const;
+
+  /// Reads a group's block in place of what the group holds. Sizes that the rest of the file can't
+  /// hold are a failed read. @return 0; -1 after a report, with what was read before kept.
+  virtual const int load(FILE* file);
+
+ protected:
+  /// Makes the arrays of the layout, for `DIMENSIONS` variables and `TILINGS` tilings.
+  virtual void allocateMemory();
+
+  /// @return a new array with a number for each weight, not initialised, which the caller stores;
+  ///   null after a report that names the number of weights.
+  virtual double* allocateMemoryWeights();
+
+  /// Releases layout, weights and traces.
+  virtual void freeMemory();
+
+ public:
+  /// @return the number of tilings in the group.
+  const int getNumberOfTilings() const { return TILINGS; }
+
+  /// @param newTraceStorage where traces are kept from now on; traces that are there stay.
+  void setTraceStorage(Types::TRACE_STORAGE newTraceStorage) { traceStorage = newTraceStorage; }
+
+  /// Empties the map of traces.
+  void clearTraceMap() { eTracesMap.clear(); }
+
+ protected:
+  /// Lays the tiles out over the ranges of the state's variables, with `actions` weights for each
+  /// tile, and makes the weights; releases what the group learnt before. Ranges, resolutions and
+  /// sizes that give no layout are reported and leave the group without weights.
+  void layOut(State* aStatePtr, int actions);
+
+  /// @return the number of weights for the tiles there are and `actions` weights for each; the
+  ///   largest or smallest number where it lies beyond.
+  const long long countWeights(int actions) const;
+
+  /// Strides of the weights, for the tiles there are and `actions` weights for each.
+  void layOutStrides(int actions);
+
+  /// Shifts of the tilings against each other, by the resolutions there are.
+  void layOutOffsets();
+
+  /// @return the weight index of a tiling's active tile; -1 where it has none.
+  const int activeTile(int tiling) const;
+
+  /// @return true when there is a weight at this index.
+  const bool isTile(int index) const { return index >= 0 && index < ARRAY_SIZE; }
+
+  /// @return the sum of the weights that lie `shift` behind the active tiles.
+  const double sumActiveWeights(int shift) const;
+
+  /// Remembers the weights that lie `shift` behind the active tiles for an update without traces.
+  void storeTiles(int shift);
+
+  /// Records the weights that lie `shift` behind the active tiles in the episode's history.
+  void rememberTiles(int shift);
+
+  /// Releases the tiles stored for an update without traces.
+  void releaseStoredTiles();
+
+  /// Removes the trace of an index, in either storage.
+  void clearTrace(int index);
+
+  /// Sets the trace of an index, in either storage.
+  void setTrace(int index, double VALUE, const QuarnelUtility::Place& place);
+
+  /// Adds to the traces that lie `shift` behind the active tiles; reports at `place`.
+  void accumulateTraces(double VALUE, int shift, const QuarnelUtility::Place& place);
+
+  /// @return true when there are weights; false after a report at `place`.
+  const bool checkWeights(const QuarnelUtility::Place& place) const;
+
+  /// @return true when traces can be set in the storage there is; false after a report at `place`.
+  const bool checkTraces(const QuarnelUtility::Place& place) const;
+
+  int TILINGS;
+  int DIMENSIONS;
+  Types::TRACE_STORAGE traceStorage;
+  Types::TILINGS_VAR_STRUCT* vars;
+  int* tiles;
+  double* tileWidth;
+  int* indexOffset;
+  int* activeTiles;
+  int* storedActiveIndices;
+  double** tileOffset;
+  int ARRAY_SIZE;
+  double* weights;
+  double* eTraces;
+  std::map<int, double> eTracesMap;
+  State* statePtr;
+  std::set<int> episodeIndexHistorySet;
+
+  /// Length of `storedActiveIndices`: a group that is loaded may have another number of tilings.
+  int storedSize;
+
+ private:
+  const bool layOutVariable(int d);
+  const bool checkStrides(int actions) const;
+  void reportNothingToUpdate(const QuarnelUtility::Place& place) const;
+  const int findTile(int tiling, const QuarnelUtility::Place& place) const;
+  const bool tileNumber(int d, double shift, const QuarnelUtility::Place& place, int& number) const;
+  const bool wrapIntoCircle(int d, double& position, double min, double max,
+                            const QuarnelUtility::Place& place) const;
+  const bool loadSizes(FILE* file, const QuarnelUtility::Place& place);
+  const bool loadLayout(FILE* file, const QuarnelUtility::Place& place);
+  const bool saveOffsets(FILE* file, const QuarnelUtility::Place& place) const;
+};
+
+#endif
