@@ -172,7 +172,9 @@ std::string figure(const Outcome& outcome, const std::string& name) {
 }  // namespace
 
 INSTANTIATE_TEST_SUITE_P(Programs, EveryExample,
-                         ::testing::Values("random_walk", "windy_gridworld", "cliff_walking"),
+                         ::testing::Values("random_walk", "windy_gridworld", "cliff_walking",
+                                           "continuous_random_walk", "mountain_car", "cart_pole",
+                                           "acrobot", "pendulum"),
                          [](const auto& program) { return program.param; });
 
 TEST_P(EveryExample, LearnsWithoutAnyOption) {
@@ -557,6 +559,23 @@ TEST_F(Examples, RandomWalkPrefersItsOptionsAlsoAfterSigUsr1) {
   const Outcome outcome = run("random_walk", {"--alpha", "0", "--save", "kept"}, {SIGUSR1});
   EXPECT_THAT(outcome.out, HasSubstr("SIGUSR1 received"));
   EXPECT_EQ(readFile(file("kept")), readFile(file("untouched")));
+}
+
+TEST_F(Examples, MountainCarExploresAsItsOptionSays) {
+  const std::string steps = "steps per episode, first 20 episodes";
+  const Words never = {"--episodes", "20", "--runs", "2", "--epsilon", "0"};
+  const Words always = {"--episodes", "20", "--runs", "2", "--epsilon", "1"};
+  EXPECT_LT(std::stod(figure(run("mountain_car", never), steps)), 1000.0);
+  // An agent that only moves at random hardly ever gets out of the valley within 5,000 steps.
+  EXPECT_GT(std::stod(figure(run("mountain_car", always), steps)), 4000.0);
+}
+
+TEST_F(Examples, MountainCarRefusesWhatIsNoProbability) {
+  for (const char* epsilon : {"-0.1", "1.1", "x"}) {
+    const Outcome outcome = run("mountain_car", {"--epsilon", epsilon});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("--epsilon"));
+  }
 }
 
 TEST_F(Examples, RandomWalkKnowsThreeKindsOfTraces) {

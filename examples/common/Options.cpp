@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <iostream>
 #include <limits>
+#include <map>
 
 namespace {
 
@@ -59,6 +60,26 @@ void Options::addLearner() {
   parser.add_option("--learner", learner, "How the agent learns")
       ->check(CLI::IsMember({"watkins", "sarsa"}))
       ->capture_default_str();
+}
+
+void Options::addExploration() {
+  parser
+      .add_option("--epsilon", overrides.epsilon,
+                  "Explore with this probability, in place of ACTION_SELECTION and EPSILON")
+      ->check(CLI::Range(0.0, 1.0));
+}
+
+void Options::addOverrides() {
+  parser.add_option("--alpha", overrides.alpha, "Step size, in place of ALPHA");
+  parser.add_option("--lambda", overrides.lambda, "Trace decay, in place of LAMBDA");
+  const std::map<std::string, TRACE_TYPE> kinds = {
+      {"none", NONE}, {"replacing", REPLACING}, {"accumulating", ACCUMULATING}};
+  parser
+      .add_option_function<TRACE_TYPE>(
+          "--traces", [this](const TRACE_TYPE& kind) { overrides.traces = kind; },
+          "Kind of traces, in place of TRACES: none, replacing or accumulating")
+      ->transform(CLI::Transformer(kinds))
+      ->type_name("KIND");
 }
 
 const bool Options::parse(int argc, char** argv) {

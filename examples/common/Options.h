@@ -1,8 +1,19 @@
 #ifndef QUARNEL_EXAMPLES_OPTIONS_H
 #define QUARNEL_EXAMPLES_OPTIONS_H
 
+#include <quarnel/Quarnel.h>
+
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
+
+/// What the command line may set in place of the configuration file.
+struct Overrides {
+  std::optional<double> alpha;
+  std::optional<double> lambda;
+  std::optional<double> epsilon;
+  std::optional<TRACE_TYPE> traces;
+};
 
 /// The command line of an example: the options that all examples have, and room for more.
 ///
@@ -23,6 +34,12 @@ class Options {
   /// Offers --learner, for examples whose agent can learn in either way.
   void addLearner();
 
+  /// Offers --alpha, --lambda and --traces, for examples that are measured at many settings.
+  void addOverrides();
+
+  /// Offers --epsilon, for examples whose agents choose their actions.
+  void addExploration();
+
   /// Reads the command line and checks it. The configuration file must be there: a learner would
   /// create a missing one wherever the path points to.
   ///
@@ -40,6 +57,7 @@ class Options {
   int runs = 1;               ///< Runs to average over, with seeds from `seed` on.
   bool verbose = false;       ///< Print the library's report of every episode.
   std::string learner = "watkins";
+  Overrides overrides;      ///< Stronger than the configuration, also after it is read again.
   std::string saveFile;     ///< Empty: don't save.
   std::string loadFile;     ///< Empty: start from nothing.
   std::string csvFile;      ///< Empty: no CSV file.

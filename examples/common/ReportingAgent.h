@@ -16,7 +16,14 @@ class ReportingAgent : public Learner {
   /// @param newOptions configuration, number of episodes and kind of output; must outlive
   ///   the agent.
   explicit ReportingAgent(const Options& newOptions)
-      : Learner(newOptions.configuration), options(newOptions) {}
+      : Learner(newOptions.configuration), options(newOptions) {
+    applyOverrides();
+  }
+
+  void loadConf() override {
+    Learner::loadConf();
+    applyOverrides();
+  }
 
   /// @param newListener called after every episode that has come to its end.
   void setListener(EpisodeListener newListener) { listener = std::move(newListener); }
@@ -44,6 +51,16 @@ class ReportingAgent : public Learner {
   }
 
  private:
+  void applyOverrides() {
+    this->ALPHA = options.overrides.alpha.value_or(this->ALPHA);
+    this->LAMBDA = options.overrides.lambda.value_or(this->LAMBDA);
+    if (options.overrides.epsilon) {
+      this->ACTION_SELECTION = EPSILON_GREEDY;
+      this->EPSILON = *options.overrides.epsilon;
+    }
+    this->TRACES = options.overrides.traces.value_or(this->TRACES);
+  }
+
   const Options& options;
   EpisodeListener listener;
   double totalReward = 0.0;

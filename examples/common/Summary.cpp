@@ -32,3 +32,8 @@ const double Summary::getMean() const { return mean; }
 const double Summary::getStandardError() const {
   return count < 2 ? 0.0 : std::sqrt(squares / (count - 1) / count);
 }
+
+const bool operator==(const Summary& a, const Summary& b) {
+  return a.count == b.count && a.mean == b.mean && a.squares == b.squares &&
+         a.smallest == b.smallest && a.largest == b.largest;
+}

@@ -17,6 +17,11 @@ class Summary {
   /// @return the standard error of the mean; 0 where there are fewer than two numbers.
   const double getStandardError() const;
 
+  /// @return the largest number; 0 where there is none.
+  const double getLargest() const { return largest; }
+
+  friend const bool operator==(const Summary& a, const Summary& b);
+
  private:
   int count = 0;
   double mean = 0.0;

@@ -1,19 +1,25 @@
 #include "common/ValueFile.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <iostream>
-#include <utility>
-#include <vector>
+#include <limits>
 
 namespace {
 
-using Ranges = std::vector<std::pair<int, int>>;
-
-Ranges rangesOf(const State& state) {
-  Ranges ranges;
-  for (unsigned int id = 0; id < state.getNumberOfVariables(); ++id) {
-    ranges.emplace_back(state.getMinValueInt(id), state.getMaxValueInt(id));
+// The variables with their names and ranges, as they lie in a file.
+std::string recordOf(const State& state) {
+  char* bytes = nullptr;
+  std::size_t size = 0;
+  FILE* const file = open_memstream(&bytes, &size);
+  if (file == nullptr) {
+    return "";
   }
-  return ranges;
+  state.save(file);
+  std::fclose(file);
+  const std::string record(bytes, size);
+  std::free(bytes);
+  return record;
 }
 
 }  // namespace
@@ -27,13 +33,16 @@ const bool saveValues(const ValueFunction& valueFunction, const std::string& fil
 }
 
 const bool loadValues(ValueFunction& valueFunction, const std::string& fileName) {
-  const Ranges expected = rangesOf(*valueFunction.getStatePtr());
-  if (valueFunction.load(fileName) != 0) {
-    std::cerr << "can not load values from '" << fileName << "'" << std::endl;
+  const std::string expected = recordOf(*valueFunction.getStatePtr());
+  const bool read = valueFunction.load(fileName) == 0;
+  if (read && recordOf(*valueFunction.getStatePtr()) != expected) {
+    std::cerr << "'" << fileName << "' holds the values of another state" << std::endl;
     return false;
   }
-  if (rangesOf(*valueFunction.getStatePtr()) != expected) {
-    std::cerr << "'" << fileName << "' holds the values of another state" << std::endl;
+  // Tile coding takes a file that is cut short for one whose tilings have no weights.
+  const double noWeights = std::numeric_limits<double>::max();
+  if (!read || valueFunction.getMinWeight() == noWeights) {
+    std::cerr << "can not load values from '" << fileName << "'" << std::endl;
     return false;
   }
   return true;

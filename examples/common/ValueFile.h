@@ -8,7 +8,7 @@
 /// Saves a value function. @return false after a message on standard error.
 const bool saveValues(const ValueFunction& valueFunction, const std::string& fileName);
 
-/// Loads a file into a value function over integer variables, and checks that the file was saved
+/// Loads a file into a value function, and checks that the file was saved
 /// from one over the same variables: loading replaces them.
 ///
 /// @return false after a message on standard error; the value function is then not to be used.

@@ -7,10 +7,9 @@
 
 #include "common/ValueFile.h"
 
-RandomWalkAgent::RandomWalkAgent(const Options& newOptions, const Overrides& newOverrides,
-                                 const RandomWalk& newWorld, unsigned int seed)
-    : ReportingAgent<TD>(newOptions), overrides(newOverrides), world(newWorld) {
-  RandomWalkAgent::loadConf();
+RandomWalkAgent::RandomWalkAgent(const Options& newOptions, const RandomWalk& newWorld,
+                                 unsigned int seed)
+    : ReportingAgent<TD>(newOptions), world(newWorld) {
   State* const state = new State;
   // The two ends are positions too.
   positionId = state->registerVariable("position", 0, world.getStates() + 1);
@@ -21,13 +20,6 @@ RandomWalkAgent::RandomWalkAgent(const Options& newOptions, const Overrides& new
   svfPtr->initWeights(ValueFunction::getConstantInitializer());
   // The learner's constructor has seeded the generator with 1.
   std::srand(seed);
-}
-
-void RandomWalkAgent::loadConf() {
-  TD::loadConf();
-  ALPHA = overrides.alpha.value_or(ALPHA);
-  LAMBDA = overrides.lambda.value_or(LAMBDA);
-  TRACES = overrides.traces.value_or(TRACES);
 }
 
 const bool RandomWalkAgent::save(const std::string& fileName) const {

@@ -3,32 +3,20 @@
 
 #include <quarnel/TD.h>
 
-#include <optional>
 #include <string>
 
 #include "common/Options.h"
 #include "common/ReportingAgent.h"
 #include "random_walk/RandomWalk.h"
 
-/// What the command line may set in place of the configuration file.
-struct Overrides {
-  std::optional<double> alpha;
-  std::optional<double> lambda;
-  std::optional<TRACE_TYPE> traces;
-};
-
 /// An agent that steps to the left or to the right at random and learns the value of every state.
 class RandomWalkAgent : public ReportingAgent<TD> {
  public:
   /// @param newOptions configuration, number of episodes and kind of output; must outlive
   ///   the agent.
-  /// @param newOverrides stronger than the configuration, also after it is read again.
   /// @param newWorld where to walk.
   /// @param seed seed of the random numbers.
-  RandomWalkAgent(const Options& newOptions, const Overrides& newOverrides,
-                  const RandomWalk& newWorld, unsigned int seed);
-
-  void loadConf() override;
+  RandomWalkAgent(const Options& newOptions, const RandomWalk& newWorld, unsigned int seed);
 
   /// Saves what has been learnt. @return false after a message on standard error.
   const bool save(const std::string& fileName) const;
@@ -52,7 +40,6 @@ class RandomWalkAgent : public ReportingAgent<TD> {
  private:
   void show(int position);
 
-  Overrides overrides;
   RandomWalk world;
   unsigned int positionId;
 };

@@ -18,149 +18,40 @@
 //             0.2656 +- 0.0054, accepted 0.2423 .. 0.2823.
 // Agent       random_walk/RandomWalkAgent.h
 
-#include <algorithm>
-#include <iomanip>
-#include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "common/EpisodeLog.h"
-#include "common/Guide.h"
 #include "common/Options.h"
-#include "common/Progress.h"
-#include "common/Summary.h"
+#include "common/Prediction.h"
 #include "random_walk/RandomWalk.h"
 #include "random_walk/RandomWalkAgent.h"
 
 namespace {
 
-// RMS errors of a run, after 0, 1, 2 ... episodes, as far as they are reported.
-using Errors = std::vector<double>;
-
-const std::size_t REPORTED_EPISODES[] = {0, 10, 50, 100};
-const std::size_t LAST_REPORTED = 100;
-const std::size_t FIRST_EPISODES = 10;
-
-void note(Errors& errors, double error) {
-  if (errors.size() <= LAST_REPORTED) {
-    errors.push_back(error);
-  }
-}
-
-void reportErrors(const std::vector<Errors>& runs) {
-  for (const std::size_t episodes : REPORTED_EPISODES) {
-    Summary summary;
-    for (const Errors& errors : runs) {
-      if (episodes < errors.size()) {
-        summary.add(errors[episodes]);
-      }
-    }
-    summary.print("RMS error after " + std::to_string(episodes) + " episodes");
-  }
-  Summary early;
-  for (const Errors& errors : runs) {
-    if (FIRST_EPISODES < errors.size()) {
-      Summary run;
-      for (std::size_t i = 1; i <= FIRST_EPISODES; ++i) {
-        run.add(errors[i]);
-      }
-      early.add(run.getMean());
-    }
-  }
-  early.print("RMS error, mean over the first " + std::to_string(FIRST_EPISODES) + " episodes");
-}
-
-// A bar for the value learnt, and a stroke where the true value is.
 void drawValues(RandomWalkAgent& agent, const RandomWalk& world) {
-  const double width = 50.0;
-  const double low = world.getTrueValue(0);
-  const auto place = [&](double value) {
-    // In this order, values that have become NaN end up on the right.
-    const double part = std::max(0.0, std::min(1.0, (value - low) / (1.0 - low)));
-    return static_cast<std::size_t>(width * part);
-  };
-  std::cout << "\nstate  learnt    true\n" << std::fixed << std::setprecision(3);
+  std::vector<Prediction::Row> rows;
   for (int state = 1; state <= world.getStates(); ++state) {
-    const double value = agent.getStateValue(state);
-    const double truth = world.getTrueValue(state);
-    std::string bar(std::max(place(value), place(truth) + 1), ' ');
-    bar.replace(0, place(value), place(value), '#');
-    bar[place(truth)] = '|';
-    std::cout << std::setw(5) << state << std::setw(8) << value << std::setw(8) << truth << "  "
-              << bar << '\n';
+    rows.push_back({std::to_string(state), agent.getStateValue(state), world.getTrueValue(state)});
   }
-  std::cout << std::defaultfloat << std::endl;
-}
-
-const bool trainOne(const Options& options, const Overrides& overrides, const RandomWalk& world) {
-  EpisodeLog log(options.csvFile);
-  Progress progress("mean RMS error", 0.01, options.episodes);
-  Errors errors;
-  RandomWalkAgent agent(options, overrides, world, options.seed);
-  agent.setListener([&](const Episode& episode) {
-    const double error = agent.getRmsError();
-    note(errors, error);
-    log.add(episode);
-    progress.add(episode.number, error);
-  });
-  if (!options.loadFile.empty() && !agent.load(options.loadFile)) {
-    return false;
-  }
-  note(errors, agent.getRmsError());
-  Guide::introduce(options, {"learn in bigger steps", "ALPHA", "0.5", "0.1"});
-  agent.controlLoop();
-
-  std::cout << '\n';
-  reportErrors({errors});
-  drawValues(agent, world);
-  const bool saved = options.saveFile.empty() || agent.save(options.saveFile);
-  const bool logged = log.close();
-  if (saved && logged) {
-    Guide::suggest(options);
-  }
-  return saved && logged;
-}
-
-const bool trainMany(const Options& options, const Overrides& overrides, const RandomWalk& world) {
-  std::vector<Errors> runs;
-  for (int i = 0; i < options.runs; ++i) {
-    Errors errors;
-    RandomWalkAgent agent(options, overrides, world, options.seed + static_cast<unsigned int>(i));
-    agent.setListener([&](const Episode&) { note(errors, agent.getRmsError()); });
-    note(errors, agent.getRmsError());
-    agent.controlLoop();
-    if (agent.isStopped()) {
-      options.complain("stopped in run " + std::to_string(i + 1));
-      return false;
-    }
-    runs.push_back(errors);
-  }
-  reportErrors(runs);
-  return true;
+  Prediction::drawValues("state", rows, world.getTrueValue(0));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   Options options("random_walk", "Learns the values of the states of a random walk.", 100);
-  Overrides overrides;
   int states = 5;
-  std::string traces;
   options.parser.add_option("--states", states, "Number of states")
       ->check(CLI::IsMember({5, 19}))
       ->capture_default_str();
-  options.parser.add_option("--alpha", overrides.alpha, "Step size, in place of ALPHA");
-  options.parser.add_option("--lambda", overrides.lambda, "Trace decay, in place of LAMBDA");
-  options.parser.add_option("--traces", traces, "Kind of traces, in place of TRACES")
-      ->check(CLI::IsMember({"none", "replacing", "accumulating"}));
+  options.addOverrides();
   if (!options.parse(argc, argv)) {
     return options.exitCode;
   }
-  if (!traces.empty()) {
-    overrides.traces = traces == "none" ? NONE : traces == "replacing" ? REPLACING : ACCUMULATING;
-  }
   const RandomWalk world(states, states == 5 ? 0.0 : -1.0);
-  const bool done =
-      options.runs > 1 ? trainMany(options, overrides, world) : trainOne(options, overrides, world);
-  return done ? 0 : 1;
+  return Prediction::train<RandomWalkAgent>(
+      options,
+      [&](unsigned int seed) { return std::make_unique<RandomWalkAgent>(options, world, seed); },
+      [&](RandomWalkAgent& agent) { drawValues(agent, world); });
 }

@@ -45,7 +45,7 @@ def demo(readme, program, configuration):
     with tempfile.TemporaryDirectory() as folder:
         command = [program, "--config", configuration, "--save", folder + "/demo.values"]
         done = subprocess.run(command, cwd=folder, capture_output=True, text=True, check=True)
-    printed = iter(done.stdout.splitlines())
+    printed = iter(line.rstrip() for line in done.stdout.splitlines())
     for line in block(readme, "text", "## Two commands").splitlines():
         # Lines may be left out of the README, and the file lies elsewhere in the test.
         if line != "..." and not line.startswith("The values are saved") and line not in printed:
