@@ -105,6 +105,9 @@ const int ActionTileCoding::load(FILE* file) {
     return -1;
   }
   for (int i = 0; i < count; ++i) {
+    if (!groupFollows(file, i, QUARNEL_PLACE)) {
+      return -1;
+    }
     ActionTilings* const tilings = new (std::nothrow) ActionTilings(statePtr, ACTIONS, file);
     if (tilings == nullptr) {
       Allocation::reportFailure<ActionTilings>(1, QUARNEL_PLACE);

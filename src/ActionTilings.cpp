@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "Allocation.h"
-#include "WrapAround.h"
 
 ActionTilings::ActionTilings(int numberOfTilings,
                              const std::list<Types::TILINGS_VAR_STRUCT>& varList)
@@ -20,11 +19,11 @@ void ActionTilings::create(State* aStatePtr, int numberOfActions) {
   if (numberOfActions < 1) {
     QUARNEL_ERROR("ACTIONS[" << numberOfActions << "] <= 0");
   }
-  layOut(aStatePtr, numberOfActions);
+  layOut(aStatePtr, numberOfActions, QUARNEL_PLACE);
 }
 
-const int ActionTilings::shiftOf(int actionIndex) const {
-  return WrapAround::multiply(actionIndex, TILINGS);
+const long long ActionTilings::shiftOf(int actionIndex) const {
+  return static_cast<long long>(actionIndex) * TILINGS;
 }
 
 const bool ActionTilings::checkActionIndex(int actionIndex,
@@ -42,23 +41,33 @@ void ActionTilings::accumulatingTraces(double VALUE, int actionIndex) {
 }
 
 void ActionTilings::replacingTraces(double VALUE, int actionIndex) {
-  if (!checkTraces(QUARNEL_PLACE)) {
+  const QuarnelUtility::Place place = QUARNEL_PLACE;
+  if (!checkTraces(place)) {
     return;
   }
   for (int t = 0; t < TILINGS; ++t) {
-    const int tile = activeTile(t);
-    for (int b = 0; tile != -1 && b < ACTIONS; ++b) {
-      const int index = WrapAround::add(tile, shiftOf(b));
-      if (b == actionIndex) {
-        setTrace(index, VALUE, QUARNEL_PLACE);
-      } else {
-        clearTrace(index);
-      }
+    replaceTrace(activeTile(t), VALUE, actionIndex, place);
+  }
+}
+
+void ActionTilings::replaceTrace(int tile, double VALUE, int actionIndex,
+                                 const QuarnelUtility::Place& place) {
+  for (int b = 0; b < ACTIONS; ++b) {
+    const int index = behind(tile, shiftOf(b));
+    if (index == -1) {
+      return;
+    }
+    if (b == actionIndex) {
+      setTrace(index, VALUE, place);
+    } else {
+      clearTrace(index);
     }
   }
 }
 
-void ActionTilings::storeActiveTiles(int actionIndex) { storeTiles(shiftOf(actionIndex)); }
+void ActionTilings::storeActiveTiles(int actionIndex) {
+  storeTiles(shiftOf(actionIndex), QUARNEL_PLACE);
+}
 
 const double ActionTilings::getActionValue(int actionIndex) const {
   if (!checkWeights(QUARNEL_PLACE)) {
@@ -68,7 +77,9 @@ const double ActionTilings::getActionValue(int actionIndex) const {
   return sumActiveWeights(shiftOf(actionIndex));
 }
 
-void ActionTilings::storeEpisodeState(int actionIndex) { rememberTiles(shiftOf(actionIndex)); }
+void ActionTilings::storeEpisodeState(int actionIndex) {
+  rememberTiles(shiftOf(actionIndex), QUARNEL_PLACE);
+}
 
 void ActionTilings::setActiveActionValue(int actionIndex, double actionValue) {
   if (!checkWeights(QUARNEL_PLACE)) {
@@ -76,8 +87,8 @@ void ActionTilings::setActiveActionValue(int actionIndex, double actionValue) {
   }
   checkActionIndex(actionIndex, QUARNEL_PLACE);
   for (int t = 0; t < TILINGS; ++t) {
-    const int index = WrapAround::add(activeTile(t), shiftOf(actionIndex));
-    if (activeTile(t) != -1 && isTile(index)) {
+    const int index = behind(activeTile(t), shiftOf(actionIndex));
+    if (index != -1) {
       weights[index] = actionValue;
     }
   }

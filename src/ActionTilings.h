@@ -67,7 +67,8 @@ class ActionTilings : public Tilings {
   int ACTIONS;
 
  private:
-  const int shiftOf(int actionIndex) const;
+  const long long shiftOf(int actionIndex) const;
+  void replaceTrace(int tile, double VALUE, int actionIndex, const QuarnelUtility::Place& place);
   const bool checkActionIndex(int actionIndex, const QuarnelUtility::Place& place) const;
   void copyWeightsWithout(int actionIndex, double* survivors, int size) const;
   void discardTraces();

@@ -12,6 +12,7 @@
 #include "BinaryFile.h"
 #include "NamedFile.h"
 #include "RandomDraw.h"
+#include "Rounding.h"
 #include "WrapAround.h"
 
 namespace {
@@ -21,8 +22,7 @@ const int TRUSTED_ACTIONS = 65536;
 
 // One of the indices below `count`, all with the same probability; -1 when there is none.
 const int drawIndex(int count) {
-  const double drawn = std::floor(RandomDraw::unit() * count);
-  const int index = drawn < 0.0 ? 0 : static_cast<int>(drawn);
+  const int index = std::max(Rounding::floorToInt(RandomDraw::unit() * count), 0);
   return index < count ? index : WrapAround::subtract(count, 1);
 }
 

@@ -2,10 +2,10 @@
 #define QUARNEL_LOOKUP_TABLE_H
 
 #include <cstdio>
-#include <map>
-#include <set>
 
+#include "IndexSet.h"
 #include "State.h"
+#include "TraceMap.h"
 #include "Types.h"
 #include "Utility.h"
 
@@ -156,11 +156,11 @@ class LookupTable {
   int ARRAY_SIZE;
   double* weights;
   double* eTraces;
-  std::map<int, double> eTracesMap;
+  TraceMap eTracesMap;
   int* indexOffset;
   int activeIndex;
   int storedActiveIndex;
-  std::set<int> episodeIndexHistorySet;
+  IndexSet episodeIndexHistorySet;
   State* statePtr;
 
   /// Length of `indexOffset`: the state may have been given more variables since.

@@ -220,6 +220,12 @@ void Quarnel::removeSignalHandler() {
 }
 
 const bool Quarnel::anySignalPending() const {
+#ifdef __GLIBC__
+  // After nearly every step nothing at all is pending, which one question tells.
+  if (sigisemptyset(&pendingSignals) == 1) {
+    return false;
+  }
+#endif
   for (const int signal : STEERING_SIGNALS) {
     if (sigismember(&pendingSignals, signal) == 1) {
       return true;

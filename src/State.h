@@ -62,6 +62,9 @@ class State {
   /// @return the number of registered variables; ids lie below it.
   const unsigned int getNumberOfVariables() const { return static_cast<unsigned int>(vars.size()); }
 
+  /// @return true when there is a real variable with this id; nothing is reported.
+  const bool isRealVariable(unsigned int id) const { return varType == DOUBLE && id < vars.size(); }
+
   /// @name Integer variables
   /// A wrong kind of state or an unknown id is reported; the getters then return 0 and the setters
   /// change nothing. The setters do not keep a value within its range.
@@ -137,68 +140,82 @@ inline VarValuesDouble* State::doubleVariable(unsigned int id,
   return nullptr;
 }
 
+// The places are constants: put together for each call they would cost more than the access.
+
 inline const int State::getValueInt(unsigned int id) const {
-  const VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE);
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  const VarValuesInt* const variable = intVariable(id, place);
   return variable != nullptr ? variable->getValue() : 0;
 }
 
 inline const int State::getMinValueInt(unsigned int id) const {
-  const VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE);
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  const VarValuesInt* const variable = intVariable(id, place);
   return variable != nullptr ? variable->getMinValue() : 0;
 }
 
 inline const int State::getMaxValueInt(unsigned int id) const {
-  const VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE);
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  const VarValuesInt* const variable = intVariable(id, place);
   return variable != nullptr ? variable->getMaxValue() : 0;
 }
 
 inline void State::setValueInt(unsigned int id, int value) {
-  if (VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE)) {
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  if (VarValuesInt* const variable = intVariable(id, place)) {
     variable->setValue(value);
   }
 }
 
 inline void State::setMinValueInt(unsigned int id, int minValue) {
-  if (VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE)) {
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  if (VarValuesInt* const variable = intVariable(id, place)) {
     variable->setMinValue(minValue);
   }
 }
 
 inline void State::setMaxValueInt(unsigned int id, int maxValue) {
-  if (VarValuesInt* const variable = intVariable(id, QUARNEL_PLACE)) {
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  if (VarValuesInt* const variable = intVariable(id, place)) {
     variable->setMaxValue(maxValue);
   }
 }
 
 inline const double State::getValueDbl(unsigned int id) const {
-  const VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE);
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  const VarValuesDouble* const variable = doubleVariable(id, place);
   return variable != nullptr ? variable->getValue() : 0.0;
 }
 
 inline const double State::getMinValueDbl(unsigned int id) const {
-  const VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE);
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  const VarValuesDouble* const variable = doubleVariable(id, place);
   return variable != nullptr ? variable->getMinValue() : 0.0;
 }
 
 inline const double State::getMaxValueDbl(unsigned int id) const {
-  const VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE);
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  const VarValuesDouble* const variable = doubleVariable(id, place);
   return variable != nullptr ? variable->getMaxValue() : 0.0;
 }
 
 inline void State::setValueDbl(unsigned int id, double value) {
-  if (VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE)) {
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  if (VarValuesDouble* const variable = doubleVariable(id, place)) {
     variable->setValue(value);
   }
 }
 
 inline void State::setMinValueDbl(unsigned int id, double minValue) {
-  if (VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE)) {
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  if (VarValuesDouble* const variable = doubleVariable(id, place)) {
     variable->setMinValue(minValue);
   }
 }
 
 inline void State::setMaxValueDbl(unsigned int id, double maxValue) {
-  if (VarValuesDouble* const variable = doubleVariable(id, QUARNEL_PLACE)) {
+  static constexpr QuarnelUtility::Place place = QUARNEL_PLACE;
+  if (VarValuesDouble* const variable = doubleVariable(id, place)) {
     variable->setMaxValue(maxValue);
   }
 }

@@ -103,6 +103,9 @@ const int StateTileCoding::load(FILE* file) {
     return -1;
   }
   for (int i = 0; i < count; ++i) {
+    if (!groupFollows(file, i, QUARNEL_PLACE)) {
+      return -1;
+    }
     StateTilings* const tilings = new (std::nothrow) StateTilings(statePtr, file);
     if (tilings == nullptr) {
       Allocation::reportFailure<StateTilings>(1, QUARNEL_PLACE);

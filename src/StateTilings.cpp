@@ -9,7 +9,7 @@ StateTilings::StateTilings(State* aStatePtr, FILE* file) : Tilings(aStatePtr, fi
 
 StateTilings::~StateTilings() = default;
 
-void StateTilings::create(State* aStatePtr) { layOut(aStatePtr, 1); }
+void StateTilings::create(State* aStatePtr) { layOut(aStatePtr, 1, QUARNEL_PLACE); }
 
 void StateTilings::accumulatingTraces(double VALUE) { accumulateTraces(VALUE, 0, QUARNEL_PLACE); }
 
@@ -24,10 +24,10 @@ void StateTilings::replacingTraces(double VALUE) {
   }
 }
 
-void StateTilings::storeActiveTiles() { storeTiles(0); }
+void StateTilings::storeActiveTiles() { storeTiles(0, QUARNEL_PLACE); }
 
 const double StateTilings::getStateValue() const {
   return checkWeights(QUARNEL_PLACE) ? sumActiveWeights(0) : std::numeric_limits<double>::max();
 }
 
-void StateTilings::storeEpisodeState() { rememberTiles(0); }
+void StateTilings::storeEpisodeState() { rememberTiles(0, QUARNEL_PLACE); }

@@ -157,9 +157,19 @@ const bool TileCoding::loadGroupCount(FILE* file, int& count,
   if (!BinaryFile::read(file, count, place, NamedFile::SEPARATOR)) {
     return false;
   }
-  if (count > TRUSTED_GROUPS && count > BinaryFile::remainingBytes(file) / SMALLEST_BLOCK) {
+  if (count > TRUSTED_GROUPS && !BinaryFile::mayHold(file, count, SMALLEST_BLOCK)) {
     BinaryFile::refuseCount(file, place, NamedFile::SEPARATOR);
     return false;
   }
   return true;
+}
+
+const bool TileCoding::groupFollows(FILE* file, int group,
+                                    const QuarnelUtility::Place& place) const {
+  // A stream that can't tell its size shows only at its end that there were too few.
+  const bool follows = group < TRUSTED_GROUPS || (std::feof(file) == 0 && std::ferror(file) == 0);
+  if (!follows) {
+    BinaryFile::refuseCount(file, place, NamedFile::SEPARATOR);
+  }
+  return follows;
 }

@@ -93,6 +93,10 @@ class TileCoding {
   /// Reads the number of groups in a block, for `load()`. @return false after a report.
   const bool loadGroupCount(FILE* file, int& count, const QuarnelUtility::Place& place) const;
 
+  /// @return false after a report when the stream has ended before a group beyond those that are
+  ///   believed to be there.
+  const bool groupFollows(FILE* file, int group, const QuarnelUtility::Place& place) const;
+
   std::list<Tilings*> tilingPtrList;
   int numberOfTilings;
 };

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <vector>
 
 #include "Allocation.h"
 #include "BinaryFile.h"
+#include "Rounding.h"
 #include "WeightArray.h"
 #include "WrapAround.h"
 
@@ -16,47 +19,63 @@ const int CIRCLE_STEPS = 1000000;
 
 const int NO_TILE = -1;
 
-// Towards the nearest int; a tile that is not a number counts as the first.
-const int saturate(double number) {
-  if (std::isnan(number)) {
-    return 0;
-  }
-  const double lowest = std::numeric_limits<int>::min();
-  const double highest = std::numeric_limits<int>::max();
-  return static_cast<int>(std::min(std::max(number, lowest), highest));
+// A group without variables has no shifts, and believes its number of tilings up to here.
+const int TRUSTED_TILINGS = 64;
+
+// The variables with their widths, tiles and strides.
+const long long VARIABLE_BYTES =
+    sizeof(Types::TILINGS_VAR_STRUCT) + sizeof(double) + 2 * sizeof(int);
+
+// What follows the sizes in a block: the variables, then a shift for each tiling and variable.
+const long long layoutBytes(int tilings, int dimensions) {
+  const long long perVariable =
+      VARIABLE_BYTES + static_cast<long long>(tilings) * static_cast<long long>(sizeof(double));
+  return WrapAround::multiplySaturated(dimensions, perVariable);
 }
 
-// A stream that can't tell its size is believed up to so many shifts of tilings.
-const long long TRUSTED_OFFSETS = 1 << 20;
-
-// A group without variables has no shifts, and believes its number of tilings up to here.
-const int TRUSTED_TILINGS = 1024;
-
-// What follows the sizes in a block: the variables with their widths, tiles and strides, then a
-// shift for each tiling and variable. A group without variables has at least a weight a tiling.
 const bool mayHoldLayout(FILE* file, int tilings, int dimensions) {
   if (tilings < 0 || dimensions < 0) {
     return false;
   }
-  const long long variableBytes =
-      static_cast<long long>(dimensions) *
-      static_cast<long long>(sizeof(Types::TILINGS_VAR_STRUCT) + sizeof(double) + 2 * sizeof(int));
-  const long long offsets = static_cast<long long>(tilings) * std::max(dimensions, 1);
-  const std::int64_t remaining = BinaryFile::remainingBytes(file);
-  if (dimensions == 0 && tilings <= TRUSTED_TILINGS) {
-    return true;
+  if (dimensions == 0 && tilings > TRUSTED_TILINGS) {
+    // At least a weight for each of them follows.
+    return BinaryFile::remainingBytes(file) / static_cast<long long>(sizeof(double)) >= tilings;
   }
-  if (remaining < 0) {
-    return dimensions <= TRUSTED_OFFSETS && offsets <= TRUSTED_OFFSETS;
-  }
-  return variableBytes <= remaining &&
-         offsets <= (remaining - variableBytes) / static_cast<long long>(sizeof(double));
+  return BinaryFile::mayHold(file, layoutBytes(tilings, dimensions), 1);
 }
 
-// The weight that lies `shift` behind an active tile; none behind none.
-const int shifted(int index, int shift) {
-  return index != NO_TILE ? WrapAround::add(index, shift) : NO_TILE;
-}
+// Hands out what a stream that can't tell its size has held, or reads the file.
+class LayoutReader {
+ public:
+  LayoutReader(FILE* newFile, const QuarnelUtility::Place& newPlace)
+      : file(newFile), place(newPlace), position(0), ahead(false) {}
+
+  // Reads a layout before there are arrays for it, where the file can't tell that it is there.
+  const bool readAhead(long long bytes) {
+    ahead = BinaryFile::remainingBytes(file) < 0;
+    return !ahead || BinaryFile::readGrowing(file, arrived, static_cast<std::size_t>(bytes), place);
+  }
+
+  template <typename Item>
+  const bool read(Item* items, int count) {
+    const auto length = static_cast<std::size_t>(count);
+    if (!ahead) {
+      return BinaryFile::readItems(file, items, sizeof(Item), length, place);
+    }
+    if (length > 0) {
+      std::memcpy(items, &arrived[position], length * sizeof(Item));
+    }
+    position += length * sizeof(Item);
+    return true;
+  }
+
+ private:
+  FILE* file;
+  const QuarnelUtility::Place& place;
+  std::vector<char> arrived;
+  std::size_t position;
+  bool ahead;
+};
 
 }  // namespace
 
@@ -75,7 +94,8 @@ Tilings::Tilings(int numberOfTilings, const std::list<Types::TILINGS_VAR_STRUCT>
       weights(nullptr),
       eTraces(nullptr),
       statePtr(nullptr),
-      storedSize(0) {
+      storedSize(0),
+      readings(nullptr) {
   Tilings::allocateMemory();
   if (vars != nullptr) {
     std::copy(varList.begin(), varList.end(), vars);
@@ -98,11 +118,13 @@ void Tilings::allocateMemory() {
   tiles = Allocation::zeroes<int>(DIMENSIONS, QUARNEL_PLACE);
   tileWidth = Allocation::zeroes<double>(DIMENSIONS, QUARNEL_PLACE);
   indexOffset = Allocation::zeroes<int>(DIMENSIONS, QUARNEL_PLACE);
+  readings = Allocation::array<Reading>(DIMENSIONS, QUARNEL_PLACE);
   activeTiles = Allocation::array<int>(TILINGS, QUARNEL_PLACE);
   tileOffset = Allocation::zeroes<double*>(TILINGS, QUARNEL_PLACE);
   bool complete = vars != nullptr && tiles != nullptr && tileWidth != nullptr &&
-                  indexOffset != nullptr && activeTiles != nullptr && tileOffset != nullptr;
-  for (int t = 0; complete && t < TILINGS; ++t) {
+                  indexOffset != nullptr && readings != nullptr && activeTiles != nullptr &&
+                  tileOffset != nullptr;
+  for (int t = 0; complete && DIMENSIONS > 0 && t < TILINGS; ++t) {
     tileOffset[t] = Allocation::zeroes<double>(DIMENSIONS, QUARNEL_PLACE);
     complete = tileOffset[t] != nullptr;
   }
@@ -132,6 +154,8 @@ void Tilings::freeMemory() {
   tileWidth = nullptr;
   delete[] tiles;
   tiles = nullptr;
+  delete[] readings;
+  readings = nullptr;
   delete[] indexOffset;
   indexOffset = nullptr;
   delete[] activeTiles;
@@ -142,7 +166,7 @@ void Tilings::freeMemory() {
   eTraces = nullptr;
 }
 
-void Tilings::layOut(State* aStatePtr, int actions) {
+void Tilings::layOut(State* aStatePtr, int actions, const QuarnelUtility::Place& place) {
   statePtr = aStatePtr;
   delete[] weights;
   weights = nullptr;
@@ -150,19 +174,19 @@ void Tilings::layOut(State* aStatePtr, int actions) {
   eTraces = nullptr;
   ARRAY_SIZE = 0;
   if (statePtr == nullptr) {
-    QUARNEL_ERROR("statePtr == 0");
-    return;
-  }
-  if (TILINGS < 1 || vars == nullptr) {
-    QUARNEL_ERROR("a group of " << TILINGS << " tilings --> needs at least 1!");
+    QUARNEL_ERROR_AT(place, "statePtr == 0");
     return;
   }
   for (int d = 0; d < DIMENSIONS; ++d) {
-    if (!layOutVariable(d)) {
+    if (!layOutVariable(d, place)) {
       return;
     }
   }
-  if (!checkStrides(actions)) {
+  if (TILINGS < 1) {
+    QUARNEL_ERROR_AT(place, "a group of " << TILINGS << " tilings --> needs at least 1!");
+    return;
+  }
+  if (!checkStrides(actions, place)) {
     return;
   }
   layOutOffsets();
@@ -177,7 +201,7 @@ void Tilings::layOut(State* aStatePtr, int actions) {
   std::fill_n(weights, ARRAY_SIZE, 0.0);
 }
 
-const bool Tilings::layOutVariable(int d) {
+const bool Tilings::layOutVariable(int d, const QuarnelUtility::Place& place) {
   const unsigned int id = vars[d].id;
   const double wished = vars[d].resolution;
   const double min = statePtr->getMinValueDbl(id);
@@ -185,10 +209,13 @@ const bool Tilings::layOutVariable(int d) {
   const double range = max - min;
   const double count = std::ceil(range / (TILINGS * wished));
   const int extra = vars[d].tileType == Types::WRAP ? 1 : 0;
-  if (!(wished > 0.0 && range >= 0.0 && count <= std::numeric_limits<int>::max() - extra)) {
-    QUARNEL_ERROR("Variable with id = " << id << ": no tiles of resolution " << wished
-                                        << " in the range [" << min << ", " << max << "] for "
-                                        << TILINGS << " tilings!");
+  // A range of one point needs no tile; anything wider that comes out without one has overflowed.
+  const bool countable =
+      count <= std::numeric_limits<int>::max() - extra && (count >= 1.0 || range == 0.0);
+  if (!(TILINGS > 0 && wished > 0.0 && range >= 0.0 && countable)) {
+    QUARNEL_ERROR_AT(place, "Variable with id = " << id << ": no tiles of resolution " << wished
+                                                  << " in the range [" << min << ", " << max
+                                                  << "] for " << TILINGS << " tilings!");
     return false;
   }
   const int whole = static_cast<int>(count);
@@ -199,21 +226,22 @@ const bool Tilings::layOutVariable(int d) {
   return true;
 }
 
-const bool Tilings::checkStrides(int actions) const {
+const bool Tilings::checkStrides(int actions, const QuarnelUtility::Place& place) const {
   long long stride = WrapAround::multiplySaturated(TILINGS, actions);
   if (!Allocation::isCount(stride)) {
-    QUARNEL_ERROR(TILINGS << " tilings make " << stride << " weights for " << actions
-                          << " actions --> no array can hold them!");
+    QUARNEL_ERROR_AT(place, TILINGS << " tilings make " << stride << " weights for " << actions
+                                    << " actions --> no array can hold them!");
     return false;
   }
   for (int d = DIMENSIONS - 1; d >= 0; --d) {
     stride = WrapAround::multiplySaturated(stride, tiles[d]);
     if (!Allocation::isCount(stride)) {
       const unsigned int id = vars[d].id;
-      QUARNEL_ERROR("Variable with id = " << id << ": " << tiles[d] << " tiles in the range ["
-                                          << statePtr->getMinValueDbl(id) << ", "
-                                          << statePtr->getMaxValueDbl(id) << "] make " << stride
-                                          << " weights --> no array can hold them!");
+      QUARNEL_ERROR_AT(place,
+                       "Variable with id = " << id << ": " << tiles[d] << " tiles in the range ["
+                                             << statePtr->getMinValueDbl(id) << ", "
+                                             << statePtr->getMaxValueDbl(id) << "] make " << stride
+                                             << " weights --> no array can hold them!");
       return false;
     }
   }
@@ -251,64 +279,98 @@ void Tilings::activateTiles() {
     std::fill_n(activeTiles, tilings, NO_TILE);
     return;
   }
+  for (int d = 0; d < DIMENSIONS && tilings > 0; ++d) {
+    readings[d].known = false;
+  }
+  const QuarnelUtility::Place place = QUARNEL_PLACE;
   for (int t = 0; t < tilings; ++t) {
-    activeTiles[t] = findTile(t, QUARNEL_PLACE);
-    if (activeTiles[t] >= ARRAY_SIZE || activeTiles[t] < NO_TILE) {
-      QUARNEL_ERROR("index out ouf bounds --> " << activeTiles[t]);
+    const int index = findTile(t, place);
+    activeTiles[t] = index;
+    if (index >= ARRAY_SIZE || index < NO_TILE) {
+      reportOutOfBounds(index, place);
     }
   }
 }
 
-const int Tilings::findTile(int tiling, const QuarnelUtility::Place& place) const {
-  int index = tiling;
-  for (int d = 0; d < DIMENSIONS && index != NO_TILE; ++d) {
-    int number = 0;
-    if (!tileNumber(d, tileOffset[tiling][d], place, number)) {
-      return NO_TILE;
-    }
-    index = WrapAround::add(index, WrapAround::multiply(number, indexOffset[d]));
-  }
-  return index;
+void Tilings::reportOutOfBounds(int index, const QuarnelUtility::Place& place) {
+  QUARNEL_ERROR_AT(place, "index out ouf bounds --> " << index);
 }
 
-const bool Tilings::tileNumber(int d, double shift, const QuarnelUtility::Place& place,
-                               int& number) const {
+void Tilings::reportTileType(int d, const QuarnelUtility::Place& place) const {
+  QUARNEL_ERROR_AT(
+      place, "Unknown Tiletype[" << vars[d].tileType << "] for Variable with id = " << vars[d].id);
+}
+
+void Tilings::readVariable(int d) const {
   const unsigned int id = vars[d].id;
   const double value = statePtr->getValueDbl(id);
   const double min = statePtr->getMinValueDbl(id);
   const double max = statePtr->getMaxValueDbl(id);
-  switch (vars[d].tileType) {
+  // A variable that is not there is reported for every tiling that asks.
+  readings[d] = {statePtr->isRealVariable(id),
+                 vars[d].tileType,
+                 indexOffset[d],
+                 WrapAround::subtract(tiles[d], 1),
+                 value,
+                 min,
+                 max,
+                 value - min,
+                 tileWidth[d]};
+}
+
+inline const int Tilings::findTile(int tiling, const QuarnelUtility::Place& place) const {
+  const double* const shifts = tileOffset[tiling];
+  const int dimensions = DIMENSIONS;
+  int index = tiling;
+  const Reading* reading = readings;
+  for (int d = 0; d < dimensions && index != NO_TILE; ++d, ++reading) {
+    if (!reading->known) {
+      readVariable(d);
+    }
+    int number = 0;
+    if (!tileNumber(d, *reading, shifts[d], place, number)) {
+      return NO_TILE;
+    }
+    index = WrapAround::add(index, WrapAround::multiply(number, reading->stride));
+  }
+  return index;
+}
+
+inline const bool Tilings::tileNumber(int d, const Reading& reading, double shift,
+                                      const QuarnelUtility::Place& place, int& number) const {
+  switch (reading.tileType) {
     case Types::CLIP:
       // A shifted value below the range has no tile, one above it has the last.
-      if (value - shift < min) {
+      if (reading.value - shift < reading.min) {
         return false;
       }
-      number = saturate(std::floor((value - min - shift) / tileWidth[d]));
-      number = std::min(std::max(number, 0), WrapAround::subtract(tiles[d], 1));
+      number = Rounding::floorToInt((reading.distance - shift) / reading.width);
+      number = std::min(std::max(number, 0), reading.lastTile);
       return true;
     case Types::CIRCLE: {
-      double position = value - shift;
-      if (!wrapIntoCircle(d, position, min, max, place)) {
+      double position = reading.value - shift;
+      if ((position < reading.min || position > reading.max) &&
+          !wrapIntoCircle(d, position, place)) {
         return false;
       }
-      number = saturate(std::floor((position - min) / tileWidth[d]));
+      number = Rounding::floorToInt((position - reading.min) / reading.width);
       return true;
     }
     case Types::WRAP:
       // Shifted the other way than the other two: the extra tile takes the top of the range.
-      number = saturate(std::floor((value - min + shift) / tileWidth[d]));
+      number = Rounding::floorToInt((reading.distance + shift) / reading.width);
       return true;
     default:
-      QUARNEL_ERROR_AT(
-          place, "Unknown Tiletype[" << vars[d].tileType << "] for Variable with id = " << id);
+      reportTileType(d, place);
       return true;
   }
 }
 
-const bool Tilings::wrapIntoCircle(int d, double& position, double min, double max,
+const bool Tilings::wrapIntoCircle(int d, double& position,
                                    const QuarnelUtility::Place& place) const {
+  const double min = readings[d].min;
+  const double max = readings[d].max;
   const double range = max - min;
-  const double start = position;
   int stepsLeft = CIRCLE_STEPS;
   const auto move = [&](double distance) {
     const double before = position;
@@ -316,7 +378,9 @@ const bool Tilings::wrapIntoCircle(int d, double& position, double min, double m
     --stepsLeft;
     return position != before && stepsLeft >= 0;
   };
-  bool moves = true;
+  // Clearly hopeless cases are not tried; at the border only the steps themselves can tell.
+  const double turns = (position < min ? min - position : position - max) / range;
+  bool moves = !(range <= 0.0) && !(turns > CIRCLE_STEPS + 2.0);
   while (moves && position < min) {
     moves = move(range);
   }
@@ -324,9 +388,10 @@ const bool Tilings::wrapIntoCircle(int d, double& position, double min, double m
     moves = move(-range);
   }
   if (!moves) {
-    QUARNEL_ERROR_AT(place, "Variable with id = " << vars[d].id << ": the value " << start
-                                                  << " never comes into the circle [" << min << ", "
-                                                  << max << "]");
+    QUARNEL_ERROR_AT(place, "Variable with id = " << vars[d].id << ": " << CIRCLE_STEPS
+                                                  << " steps don't bring the value "
+                                                  << readings[d].value << " into the circle ["
+                                                  << min << ", " << max << "]!");
   }
   return moves;
 }
@@ -388,8 +453,12 @@ void Tilings::updateWeights(double ALPHA, double DELTA) {
     WeightArray::addTraces(weights, ARRAY_SIZE, eTracesMap, step);
   } else if (storedActiveIndices != nullptr) {
     // A group that is loaded may have fewer tilings than were stored.
-    for (int t = 0; t < std::min(storedSize, TILINGS); ++t) {
-      WeightArray::add(weights, ARRAY_SIZE, storedActiveIndices[t], step);
+    const int stored = std::min(storedSize, TILINGS);
+    for (int t = 0; t < stored; ++t) {
+      const int index = storedActiveIndices[t];
+      if (isTile(index)) {
+        weights[index] += step;
+      }
     }
   } else {
     reportNothingToUpdate(QUARNEL_PLACE);
@@ -420,27 +489,32 @@ void Tilings::valueEpisode(double amount) {
   WeightArray::valueEpisode(weights, ARRAY_SIZE, episodeIndexHistorySet, amount, QUARNEL_PLACE);
 }
 
-const double Tilings::sumActiveWeights(int shift) const {
+const double Tilings::sumActiveWeights(long long shift) const {
   double sum = 0.0;
-  for (int t = 0; t < TILINGS; ++t) {
-    const int index = shifted(activeTile(t), shift);
-    if (weights != nullptr && isTile(index)) {
+  const int tilings = activeTiles != nullptr && weights != nullptr ? TILINGS : 0;
+  const auto size = static_cast<unsigned long long>(std::max(ARRAY_SIZE, 0));
+  for (int t = 0; t < tilings; ++t) {
+    // Numbers below zero become huge ones. Both the tile and the weight behind it must exist.
+    const auto tile = static_cast<unsigned long long>(activeTiles[t]);
+    const auto index = tile + static_cast<unsigned long long>(shift);
+    if (tile < size && index < size) {
       sum += weights[index];
     }
   }
   return sum;
 }
 
-void Tilings::storeTiles(int shift) {
+void Tilings::storeTiles(long long shift, const QuarnelUtility::Place& place) {
   if (storedSize != TILINGS) {
     releaseStoredTiles();
   }
   if (storedActiveIndices == nullptr) {
-    storedActiveIndices = Allocation::array<int>(TILINGS, QUARNEL_PLACE);
+    storedActiveIndices = Allocation::array<int>(TILINGS, place);
     storedSize = storedActiveIndices != nullptr ? TILINGS : 0;
   }
-  for (int t = 0; t < storedSize; ++t) {
-    storedActiveIndices[t] = shifted(activeTile(t), shift);
+  const int stored = storedSize;
+  for (int t = 0; t < stored; ++t) {
+    storedActiveIndices[t] = activeTiles != nullptr ? behind(activeTiles[t], shift) : NO_TILE;
   }
 }
 
@@ -450,10 +524,11 @@ void Tilings::releaseStoredTiles() {
   storedSize = 0;
 }
 
-void Tilings::rememberTiles(int shift) {
+void Tilings::rememberTiles(long long shift, const QuarnelUtility::Place& place) {
   for (int t = 0; t < TILINGS; ++t) {
-    if (activeTile(t) != NO_TILE) {
-      WeightArray::remember(episodeIndexHistorySet, shifted(activeTile(t), shift), QUARNEL_PLACE);
+    const int index = behind(activeTile(t), shift);
+    if (index != NO_TILE) {
+      WeightArray::remember(episodeIndexHistorySet, index, place);
     }
   }
 }
@@ -478,19 +553,19 @@ void Tilings::clearTrace(int index) {
   }
 }
 
-void Tilings::accumulateTraces(double VALUE, int shift, const QuarnelUtility::Place& place) {
+void Tilings::accumulateTraces(double VALUE, long long shift, const QuarnelUtility::Place& place) {
   if (!checkTraces(place)) {
     return;
   }
   for (int t = 0; t < TILINGS; ++t) {
-    const int index = shifted(activeTile(t), shift);
-    if (activeTile(t) == NO_TILE) {
+    const int index = behind(activeTile(t), shift);
+    if (index == NO_TILE) {
       continue;
     }
     if (traceStorage == Types::MAP) {
       WeightArray::addToTrace(eTracesMap, index, VALUE, place);
     } else {
-      WeightArray::add(eTraces, ARRAY_SIZE, index, VALUE);
+      eTraces[index] += VALUE;
     }
   }
 }
@@ -554,17 +629,20 @@ const bool Tilings::loadSizes(FILE* file, const QuarnelUtility::Place& place) {
 }
 
 const bool Tilings::loadLayout(FILE* file, const QuarnelUtility::Place& place) {
+  LayoutReader reader(file, place);
+  if (!reader.readAhead(layoutBytes(TILINGS, DIMENSIONS))) {
+    TILINGS = 0;
+    DIMENSIONS = 0;
+    return false;
+  }
   allocateMemory();
   if (activeTiles == nullptr) {
     return false;
   }
-  const auto dimensions = static_cast<std::size_t>(DIMENSIONS);
-  bool complete = BinaryFile::readItems(file, vars, sizeof(*vars), dimensions, place) &&
-                  BinaryFile::readItems(file, tileWidth, sizeof(*tileWidth), dimensions, place) &&
-                  BinaryFile::readItems(file, tiles, sizeof(*tiles), dimensions, place) &&
-                  BinaryFile::readItems(file, indexOffset, sizeof(*indexOffset), dimensions, place);
+  bool complete = reader.read(vars, DIMENSIONS) && reader.read(tileWidth, DIMENSIONS) &&
+                  reader.read(tiles, DIMENSIONS) && reader.read(indexOffset, DIMENSIONS);
   for (int t = 0; complete && t < TILINGS; ++t) {
-    complete = BinaryFile::readItems(file, tileOffset[t], sizeof(double), dimensions, place);
+    complete = reader.read(tileOffset[t], DIMENSIONS);
   }
   return complete;
 }

@@ -3,10 +3,10 @@
 
 #include <cstdio>
 #include <list>
-#include <map>
-#include <set>
 
+#include "IndexSet.h"
 #include "State.h"
+#include "TraceMap.h"
 #include "Types.h"
 #include "Utility.h"
 
@@ -122,7 +122,7 @@ class Tilings {
   /// Lays the tiles out over the ranges of the state's variables, with `actions` weights for each
   /// tile, and makes the weights; releases what the group learnt before. Ranges, resolutions and
   /// sizes that give no layout are reported and leave the group without weights.
-  void layOut(State* aStatePtr, int actions);
+  void layOut(State* aStatePtr, int actions, const QuarnelUtility::Place& place);
 
   /// @return the number of weights for the tiles there are and `actions` weights for each; the
   ///   largest or smallest number where it lies beyond.
@@ -140,14 +140,20 @@ class Tilings {
   /// @return true when there is a weight at this index.
   const bool isTile(int index) const { return index >= 0 && index < ARRAY_SIZE; }
 
+  /// @return the index that lies `shift` behind that of a tile; -1 where there is no weight at either.
+  const int behind(int tile, long long shift) const {
+    const long long index = tile + shift;
+    return isTile(tile) && index >= 0 && index < ARRAY_SIZE ? static_cast<int>(index) : -1;
+  }
+
   /// @return the sum of the weights that lie `shift` behind the active tiles.
-  const double sumActiveWeights(int shift) const;
+  const double sumActiveWeights(long long shift) const;
 
   /// Remembers the weights that lie `shift` behind the active tiles for an update without traces.
-  void storeTiles(int shift);
+  void storeTiles(long long shift, const QuarnelUtility::Place& place);
 
   /// Records the weights that lie `shift` behind the active tiles in the episode's history.
-  void rememberTiles(int shift);
+  void rememberTiles(long long shift, const QuarnelUtility::Place& place);
 
   /// Releases the tiles stored for an update without traces.
   void releaseStoredTiles();
@@ -159,7 +165,7 @@ class Tilings {
   void setTrace(int index, double VALUE, const QuarnelUtility::Place& place);
 
   /// Adds to the traces that lie `shift` behind the active tiles; reports at `place`.
-  void accumulateTraces(double VALUE, int shift, const QuarnelUtility::Place& place);
+  void accumulateTraces(double VALUE, long long shift, const QuarnelUtility::Place& place);
 
   /// @return true when there are weights; false after a report at `place`.
   const bool checkWeights(const QuarnelUtility::Place& place) const;
@@ -180,21 +186,43 @@ class Tilings {
   int ARRAY_SIZE;
   double* weights;
   double* eTraces;
-  std::map<int, double> eTracesMap;
+  TraceMap eTracesMap;
   State* statePtr;
-  std::set<int> episodeIndexHistorySet;
+  IndexSet episodeIndexHistorySet;
 
   /// Length of `storedActiveIndices`: a group that is loaded may have another number of tilings.
   int storedSize;
 
+  /// A variable as `activateTiles()` needs it, once the state has been asked for it.
+  struct Reading {
+    bool known;
+    Types::TILE_TYPE tileType;
+    int stride;
+    int lastTile;
+    double value;
+    double min;
+    double max;
+    double distance;  ///< From the lower end of the range to the value.
+    double width;
+  };
+
+  /// What the state says of each covered variable: it is asked once for all tilings.
+  Reading* readings;
+
  private:
-  const bool layOutVariable(int d);
-  const bool checkStrides(int actions) const;
+  const bool layOutVariable(int d, const QuarnelUtility::Place& place);
+  const bool checkStrides(int actions, const QuarnelUtility::Place& place) const;
   void reportNothingToUpdate(const QuarnelUtility::Place& place) const;
+  void readVariable(int d) const;
+  // Reports stand apart from the loops that hardly ever make them, which are faster for it.
+  [[gnu::cold, gnu::noinline]] static void reportOutOfBounds(int index,
+                                                             const QuarnelUtility::Place& place);
+  [[gnu::cold, gnu::noinline]] void reportTileType(int d, const QuarnelUtility::Place& place) const;
   const int findTile(int tiling, const QuarnelUtility::Place& place) const;
-  const bool tileNumber(int d, double shift, const QuarnelUtility::Place& place, int& number) const;
-  const bool wrapIntoCircle(int d, double& position, double min, double max,
-                            const QuarnelUtility::Place& place) const;
+  const bool tileNumber(int d, const Reading& reading, double shift,
+                        const QuarnelUtility::Place& place, int& number) const;
+  [[gnu::noinline]] const bool wrapIntoCircle(int d, double& position,
+                                              const QuarnelUtility::Place& place) const;
   const bool loadSizes(FILE* file, const QuarnelUtility::Place& place);
   const bool loadLayout(FILE* file, const QuarnelUtility::Place& place);
   const bool saveOffsets(FILE* file, const QuarnelUtility::Place& place) const;

@@ -25,7 +25,7 @@ enum TILE_TYPE : int {
 /// One variable that a group of tilings covers.
 struct TILINGS_VAR_STRUCT {
   unsigned int id;     ///< Id of the state variable.
-  double resolution;   ///< Width of one tile, in units of the variable.
+  double resolution;   ///< Shift between two tilings, in units of the variable.
   TILE_TYPE tileType;  ///< What happens at the ends of the range.
 };
 #pragma pack(pop)

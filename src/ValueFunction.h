@@ -66,7 +66,8 @@ class ValueFunction {
   virtual const double getMinWeight() const = 0;
 
   /// @param abs true for the mean of the absolute values.
-  /// @return the mean of the weights; 0.0 before there are any.
+  /// @return the mean of the weights. Where there are none: 0.0 from a table that was not created, not
+  ///   a number from tile coding without groups.
   virtual const double getAvgWeight(bool abs) const = 0;
 
   /// @return the largest weight; -1.7976931348623157e308 where there is none.

@@ -6,6 +6,7 @@
 
 #include "Allocation.h"
 #include "BinaryFile.h"
+#include "VectorLoops.h"
 
 namespace WeightArray {
 
@@ -25,6 +26,19 @@ const bool checkTraces(Types::TRACE_STORAGE storage, const double* array, const 
   }
   return true;
 }
+
+void addScattered(double* __restrict sums, std::size_t sumsSize, const int* __restrict indices,
+                  const double* __restrict numbers, std::size_t size, double factor) {
+  for (std::size_t i = 0; i < size; ++i) {
+    // A negative index becomes a huge one.
+    const auto index = static_cast<std::size_t>(indices[i]);
+    if (index < sumsSize) {
+      sums[index] += numbers[i] * factor;
+    }
+  }
+}
+
+const std::size_t lengthOf(int size) { return static_cast<std::size_t>(std::max(size, 0)); }
 
 }  // namespace
 
@@ -91,32 +105,29 @@ void add(double* weights, int size, int index, double amount) {
   }
 }
 
-void valueEpisode(double* weights, int size, const std::set<int>& visited, double amount,
+void valueEpisode(double* weights, int size, const IndexSet& visited, double amount,
                   const QuarnelUtility::Place& place) {
   if (visited.empty()) {
     QUARNEL_ERROR_AT(place, "episodeIndexHistorySet is empty! "
                                 << "Did you forget to set ValueFunction::episodeStateHistory to"
                                 << " true?");
   } else if (check(weights, place)) {
-    for (const int index : visited) {
-      add(weights, size, index, amount);
+    for (std::size_t i = 0; i < visited.size(); ++i) {
+      add(weights, size, visited.indices()[i], amount);
     }
   }
 }
 
 void addTraces(double* weights, int size, const double* traces, double step) {
-  for (int i = 0; i < size; ++i) {
-    weights[i] += traces[i] * step;
-  }
+  VectorLoops::addScaled(weights, traces, lengthOf(size), step);
 }
 
-void addTraces(double* weights, int size, const std::map<int, double>& traces, double step) {
-  for (const auto& entry : traces) {
-    add(weights, size, entry.first, entry.second * step);
-  }
+void addTraces(double* weights, int size, const TraceMap& traces, double step) {
+  // No weight is met twice, so the order of the traces can't be seen in the sums.
+  addScattered(weights, lengthOf(size), traces.indices(), traces.values(), traces.size(), step);
 }
 
-void clearTraces(Types::TRACE_STORAGE storage, double* array, int size, std::map<int, double>& map,
+void clearTraces(Types::TRACE_STORAGE storage, double* array, int size, TraceMap& map,
                  const QuarnelUtility::Place& place) {
   switch (storage) {
     case Types::ARRAY:
@@ -132,19 +143,15 @@ void clearTraces(Types::TRACE_STORAGE storage, double* array, int size, std::map
   }
 }
 
-void decayTraces(Types::TRACE_STORAGE storage, double* array, int size, std::map<int, double>& map,
+void decayTraces(Types::TRACE_STORAGE storage, double* array, int size, TraceMap& map,
                  double factor, const QuarnelUtility::Place& place) {
   if (!checkTraces(storage, array, "updateEligibilityTraces", place)) {
     return;
   }
   if (storage == Types::MAP) {
-    for (auto& entry : map) {
-      entry.second *= factor;
-    }
+    VectorLoops::scale(map.values(), map.size(), factor);
   } else {
-    for (int i = 0; i < size; ++i) {
-      array[i] *= factor;
-    }
+    VectorLoops::scale(array, lengthOf(size), factor);
   }
 }
 
@@ -154,23 +161,16 @@ const bool checkTraces(Types::TRACE_STORAGE storage, const double* array,
   return checkTraces(storage, array, "updateWeights", place);
 }
 
-void setTrace(std::map<int, double>& traces, int index, double trace,
-              const QuarnelUtility::Place& place) {
-  Allocation::succeeds([&] { traces[index] = trace; }, "a trace", place);
+void setTrace(TraceMap& traces, int index, double trace, const QuarnelUtility::Place& place) {
+  Allocation::succeeds([&] { traces.set(index, trace); }, "a trace", place);
 }
 
-void addToTrace(std::map<int, double>& traces, int index, double amount,
-                const QuarnelUtility::Place& place) {
-  const auto found = traces.find(index);
-  if (found != traces.end()) {
-    found->second += amount;
-  } else {
-    setTrace(traces, index, amount, place);
-  }
+void addToTrace(TraceMap& traces, int index, double amount, const QuarnelUtility::Place& place) {
+  Allocation::succeeds([&] { traces.add(index, amount); }, "a trace", place);
 }
 
-void remember(std::set<int>& indices, int index, const QuarnelUtility::Place& place) {
-  Allocation::succeeds([&] { indices.insert(index); }, "a visited weight", place);
+void remember(IndexSet& indices, int index, const QuarnelUtility::Place& place) {
+  Allocation::succeeds([&] { indices.add(index); }, "a visited weight", place);
 }
 
 }  // namespace WeightArray

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <map>
-#include <set>
 #include <vector>
 
 #include "BinaryFile.h"
+#include "IndexSet.h"
+#include "TraceMap.h"
 #include "Types.h"
 #include "Utility.h"
 
@@ -44,22 +44,22 @@ void add(double* weights, int size, int index, double amount);
 
 /// Adds an amount to the weight at each index visited in an episode; reports where there is no
 /// index, or no weights.
-void valueEpisode(double* weights, int size, const std::set<int>& visited, double amount,
+void valueEpisode(double* weights, int size, const IndexSet& visited, double amount,
                   const QuarnelUtility::Place& place);
 
 /// Adds trace * step to every weight.
 void addTraces(double* weights, int size, const double* traces, double step);
 
 /// Adds trace * step to every weight with a trace.
-void addTraces(double* weights, int size, const std::map<int, double>& traces, double step);
+void addTraces(double* weights, int size, const TraceMap& traces, double step);
 
 /// Makes the traces of the storage in use zero; reports an unknown storage.
-void clearTraces(Types::TRACE_STORAGE storage, double* array, int size, std::map<int, double>& map,
+void clearTraces(Types::TRACE_STORAGE storage, double* array, int size, TraceMap& map,
                  const QuarnelUtility::Place& place);
 
 /// Multiplies the traces of the storage in use by a factor; no entry of the map is ever removed,
 /// however small. Reports an unknown storage and a missing array.
-void decayTraces(Types::TRACE_STORAGE storage, double* array, int size, std::map<int, double>& map,
+void decayTraces(Types::TRACE_STORAGE storage, double* array, int size, TraceMap& map,
                  double factor, const QuarnelUtility::Place& place);
 
 /// @return true when traces can be set in the storage; false after a report of an unknown storage
@@ -68,15 +68,13 @@ const bool checkTraces(Types::TRACE_STORAGE storage, const double* array,
                        const QuarnelUtility::Place& place);
 
 /// Sets a trace; reports where there is no memory for it.
-void setTrace(std::map<int, double>& traces, int index, double trace,
-              const QuarnelUtility::Place& place);
+void setTrace(TraceMap& traces, int index, double trace, const QuarnelUtility::Place& place);
 
 /// Adds to a trace, which starts at 0.0; reports where there is no memory for it.
-void addToTrace(std::map<int, double>& traces, int index, double amount,
-                const QuarnelUtility::Place& place);
+void addToTrace(TraceMap& traces, int index, double amount, const QuarnelUtility::Place& place);
 
 /// Records an index as visited; reports where there is no memory for it.
-void remember(std::set<int>& indices, int index, const QuarnelUtility::Place& place);
+void remember(IndexSet& indices, int index, const QuarnelUtility::Place& place);
 
 /// Reads as many weights as the file says, into a new array of the caller's making, unless the file
 /// can't hold them; `size` and `weights` then stay as they are.

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <quarnel/AbstractAction.h>
+#include <quarnel/ActionNeuralNetwork.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -174,7 +176,8 @@ std::string figure(const Outcome& outcome, const std::string& name) {
 INSTANTIATE_TEST_SUITE_P(Programs, EveryExample,
                          ::testing::Values("random_walk", "windy_gridworld", "cliff_walking",
                                            "continuous_random_walk", "mountain_car", "cart_pole",
-                                           "acrobot", "pendulum"),
+                                           "acrobot", "pendulum", "network_random_walk",
+                                           "network_one_action", "pole_forecast"),
                          [](const auto& program) { return program.param; });
 
 TEST_P(EveryExample, LearnsWithoutAnyOption) {
@@ -606,4 +609,115 @@ TEST_F(Examples, RandomWalkSurvivesValuesThatAreNoNumbers) {
       run("random_walk", {"--alpha", "1e300", "--lambda", "1", "--episodes", "20"});
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_THAT(outcome.out, HasSubstr("nan"));
+}
+
+TEST_F(Examples, APredictionProgramGoesOnFromTheValuesThatItLoads) {
+  for (const char* program :
+       {"continuous_random_walk", "network_random_walk", "network_one_action", "pole_forecast"}) {
+    const Outcome saved = run(program, {"--episodes", "100", "--save", "kept"});
+    EXPECT_EQ(saved.exitCode, 0);
+    EXPECT_THAT(saved.out, HasSubstr("A second agent with the values from this file predicts the "
+                                     "same."));
+    const Outcome loaded = run(program, {"--episodes", "1", "--load", "kept"});
+    EXPECT_EQ(loaded.exitCode, 0);
+    EXPECT_EQ(figure(loaded, "RMS error after 0 episodes"),
+              figure(saved, "RMS error after 100 episodes"))
+        << program;
+  }
+}
+
+TEST_F(Examples, NetworkRandomWalkComesNearTheTrueValues) {
+  const Outcome outcome = run("network_random_walk", {"--runs", "5"});
+  EXPECT_GT(std::stod(figure(outcome, "RMS error after 0 episodes")), 0.2);
+  EXPECT_LT(std::stod(figure(outcome, "RMS error after 2000 episodes")), 0.08);
+}
+
+TEST_F(Examples, NetworkRandomWalkKnowsOneKindOfTraces) {
+  for (const char* traces : {"none", "replacing", "accumulating"}) {
+    EXPECT_EQ(run("network_random_walk", {"--episodes", "20", "--traces", traces, "--save", traces})
+                  .exitCode,
+              0);
+  }
+  EXPECT_EQ(readFile(file("replacing")), readFile(file("accumulating")));
+  EXPECT_NE(readFile(file("none")), readFile(file("accumulating")));
+}
+
+TEST_F(Examples, NetworkRandomWalkWithoutTracesIsNotTheSameAsWithLambda0) {
+  run("network_random_walk", {"--episodes", "20", "--traces", "none", "--save", "none"});
+  run("network_random_walk", {"--episodes", "20", "--lambda", "0", "--save", "zero"});
+  EXPECT_NE(readFile(file("none")), readFile(file("zero")));
+}
+
+TEST_F(Examples, NetworkRandomWalkWithoutTracesLosesWhatItHasLearnt) {
+  const Outcome outcome = run("network_random_walk", {"--runs", "5", "--traces", "none"});
+  EXPECT_LT(std::stod(figure(outcome, "RMS error after 500 episodes")), 0.1);
+  EXPECT_GT(std::stod(figure(outcome, "RMS error after 2000 episodes")), 0.25);
+}
+
+TEST_F(Examples, NetworkOneActionLearnsTheSameByBothGreedyLearners) {
+  run("network_one_action", {"--learner", "sarsa", "--save", "sarsa"});
+  run("network_one_action", {"--learner", "watkins", "--save", "watkins"});
+  EXPECT_EQ(readFile(file("sarsa")), readFile(file("watkins")));
+  EXPECT_LT(std::stod(figure(run("network_one_action", {"--runs", "5"}),
+                             "RMS error after 2000 episodes")),
+            0.08);
+}
+
+TEST_F(Examples, NetworkOneActionLearnsNothingFromWatkinsExploration) {
+  const Words watkins = {"--learner", "watkins", "--episodes", "20"};
+  const auto saved = [&](const Words& more) {
+    Words options = watkins;
+    options.insert(options.end(), more.begin(), more.end());
+    EXPECT_EQ(run("network_one_action", options).exitCode, 0);
+    return readFile(file("kept"));
+  };
+  const std::string untouched = saved({"--alpha", "0", "--save", "kept"});
+  EXPECT_EQ(saved({"--epsilon", "1", "--save", "kept"}), untouched);
+  EXPECT_NE(saved({"--epsilon", "0", "--save", "kept"}), untouched);
+  EXPECT_NE(saved({"--epsilon", "1", "--learner", "sarsa", "--save", "kept"}), untouched);
+}
+
+TEST_F(Examples, NetworkOneActionShowsThatASecondActionHasNoValue) {
+  const Outcome outcome = run("network_one_action", {"--second-action"});
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_THAT(outcome.out, HasSubstr(", of a second: 0.000\n"));
+  EXPECT_EQ(linesOf(outcome.err).size(), 1u);
+  EXPECT_THAT(outcome.err, HasSubstr("outputIndex out of Bounds --> 0 <= 1 < 1"));
+}
+
+TEST_F(Examples, NetworkOneActionRefusesTheValuesOfOtherActions) {
+  State* const state = new State;
+  state->registerVariable("position from the middle", -0.5, 0.5);
+  ActionNeuralNetwork network(state, 10);
+  network.registerAction(new AbstractAction);
+  network.registerAction(new AbstractAction);
+  network.create();
+  ASSERT_EQ(network.save(file("kept")), 0);
+  const Outcome outcome = run("network_one_action", {"--load", "kept"});
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_EQ(outcome.err, "'kept' holds the values of other actions\n");
+}
+
+TEST_F(Examples, PoleForecastIsMuchBetterThanTheBestConstant) {
+  const Outcome outcome = run("pole_forecast", {});
+  EXPECT_EQ(outcome.exitCode, 0);
+  const double constant = std::stod(figure(outcome, "RMS error of the best constant forecast"));
+  EXPECT_LT(std::stod(figure(outcome, "RMS error after 20000 episodes")), constant / 3.0);
+}
+
+TEST_F(Examples, PoleForecastSaysHowOftenThePoleStayedUp) {
+  const Outcome outcome = run("pole_forecast", {});
+  int starts = 0;
+  double forecast = 0.0;
+  double outcomes = 0.0;
+  for (const std::string& line : linesOf(outcome.out)) {
+    if (line.find("mean forecast ") != std::string::npos) {
+      const int count = std::stoi(between(line + "\n", ", of ", "\n"));
+      starts += count;
+      forecast += count * std::stod(between(line, "mean forecast ", ","));
+      outcomes += count * std::stod(between(line, "stayed up ", ","));
+    }
+  }
+  EXPECT_EQ(starts, 5000);
+  EXPECT_NEAR(forecast / starts, outcomes / starts, 0.1);
 }

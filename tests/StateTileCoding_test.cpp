@@ -1007,6 +1007,43 @@ TEST(StateTileCoding, AsManyGroupsAsTheFileHoldsAreLoaded) {
   }
 }
 
+TEST(StateTileCoding, MoreThan1024GroupsComeThroughAPipe) {
+  const FailingFile pipe(bytes(1025) + smallestBlocks(1025), 1 << 20, "r");
+  Reports reports;
+  Coding coding(newState({{0, 3}}));
+  EXPECT_EQ(coding.load(pipe), 0);
+  EXPECT_THAT(coding.tilingPtrList, SizeIs(1025));
+  EXPECT_THAT(errors(reports), IsEmpty());
+}
+
+TEST(StateTileCoding, TilingsThatAPipeOnlyClaimsToHoldAreNotBelieved) {
+  // Each group names a million tilings of one variable, and then ends.
+  const FailingFile pipe(bytes(2) + bytes(1000000) + bytes(1) + bytes(0), 1 << 20, "r");
+  Reports reports;
+  Coding coding(newState({{0, 3}}));
+  std::size_t largestRequest = 0;
+  {
+    const FailingNew memory;
+    EXPECT_EQ(coding.load(pipe), 0);
+    largestRequest = memory.largestRequest();
+  }
+  EXPECT_LE(largestRequest, 200000U) << "of what is read at a time";
+  EXPECT_THAT(coding.tilingPtrList, SizeIs(2));
+  EXPECT_EQ(coding.numberOfTilings, 0);
+  EXPECT_EQ(errors(reports).size(), 2U);
+}
+
+TEST(StateTileCoding, GroupsWithoutVariablesAreBelievedUpTo64TilingsThatTheFileDoesNotShow) {
+  for (const int tilings : {64, 65}) {
+    const MemoryFile file(bytes(1) + bytes(tilings) + bytes(0) + bytes(0) + bytes(0));
+    Reports reports;
+    Coding coding(newState({{0, 3}}));
+    EXPECT_EQ(coding.load(file), 0);
+    EXPECT_EQ(coding.numberOfTilings, tilings == 64 ? 64 : 0);
+    EXPECT_EQ(errors(reports).size(), tilings == 64 ? 0U : 1U);
+  }
+}
+
 TEST(StateTileCoding, AHugeNumberOfGroupsInAPipeEnds) {
   Reports reports;
   Coding coding(newState({{0, 3}}));

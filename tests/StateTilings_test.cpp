@@ -457,6 +457,14 @@ TEST(StateTilings, AResolutionThatIsNotAboveZeroIsReportedAndGivesNoWeights) {
   }
 }
 
+TEST(StateTilings, AResolutionWhoseTilesAreWiderThanAllNumbersIsReportedAndGivesNoWeights) {
+  for (const auto type : {Types::CIRCLE, Types::CLIP, Types::WRAP}) {
+    expectRefused(16, {0, 10}, 1e308, type, {"id = 1", "1e+308", "10", "16 tilings"});
+    expectRefused(4, {0, 10}, INFINITE, type, {"id = 1", "inf", "10"});
+    expectRefused(1, {0, 1e-300}, 1e300, type, {"id = 1", "1e+300", "1e-300"});
+  }
+}
+
 TEST(StateTilings, ARangeThatIsNotANumberIsReportedAndGivesNoWeights) {
   for (const auto type : {Types::CIRCLE, Types::CLIP, Types::WRAP}) {
     expectRefused(4, {NOT_A_NUMBER, 12}, 0.25, type, {"id = 1", "0.25", "nan", "12"});
@@ -953,13 +961,13 @@ TEST_F(StateTilingsInShortMemory, TracesThatCanNotBeHadAreReported) {
     Four four;
     four.visit({2});
     {
-      const FailingNew memory(FailingNew::ONE, 2);
+      const FailingNew memory(FailingNew::ONE, 1);
       EXPECT_NO_THROW(rule(four.group));
     }
     EXPECT_THAT(errors(reports),
                 ElementsAre(testing::StartsWith(std::string("StateTilings::") + function +
                                                 ": Can not allocate memory for ")));
-    EXPECT_THAT(four.group.eTracesMap, testing::Contains(Pair(4, 1.0)));
+    EXPECT_THAT(four.group.eTracesMap, ElementsAre(Pair(1, 1.0), Pair(2, 1.0), Pair(3, 1.0)));
   };
   expectReport([](Group& group) { group.replacingTraces(1.0); }, "replacingTraces");
   expectReport([](Group& group) { group.accumulatingTraces(1.0); }, "accumulatingTraces");

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <iostream>
 #include <memory>
 #include <random>
@@ -784,8 +785,47 @@ TEST(Tilings, ACircleWhoseEndsAreTheWrongWayRoundHasNoTile) {
   for (const double value : {0.5, 2.0, 3.5}) {
     state.set({value});
     group.activateTiles();
+    EXPECT_THAT(group.active(), ElementsAre(-1));
+    takeCircleReports(reports, 1, value == 0.5 ? "value 0.5" : value == 2.0 ? "value 2 " : "3.5");
   }
-  reports.takeErrors();  // that it ends is what counts
+}
+
+TEST(Tilings, AVariableThatTheStateDoesNotHaveIsReportedByEveryTiling) {
+  Reports reports;
+  State integers;
+  integers.registerVariable("x", 0, 3);
+  Group group(4, {{0, 0.5, Types::WRAP}});
+  group.cut(&integers, {4}, {1.0}, {0.0});
+  group.activateTiles();
+  EXPECT_THAT(reports.errors(), AllOf(testing::SizeIs(12), Each("Not a Double-State!")));
+}
+
+TEST(Tilings, AValueTooFarOutsideItsCircleIsNamedAsTheStateHasIt) {
+  Reports reports;
+  RealState state({{0, 1}});
+  Group group(2, {{0, 0.5, Types::CIRCLE}});
+  group.cut(&state, {1}, {1.0}, {1e9});
+  state.set({0.25});
+  group.activateTiles();
+  EXPECT_THAT(group.active(), ElementsAre(0, -1));
+  EXPECT_EQ(
+      reports.errors(),
+      messages({"Variable with id = 0: 1000000 steps don't bring the value 0.25 into the circle"
+                " [0, 1]!"}));
+}
+
+TEST(Tilings, ManyTilingsTooFarOutsideTheirCircleAreGivenUpAtOnce) {
+  Reports reports;
+  RealState state({{0, 1}});
+  Group group(1000, {{0, 0.5, Types::CIRCLE}});
+  group.cut(&state, {1}, {1.0}, {0.0});
+  state.set({1e9});
+  const std::clock_t start = std::clock();
+  group.activateTiles();
+  // A million steps for each would take a second.
+  EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC / 2);
+  EXPECT_THAT(group.active(), Each(-1));
+  takeCircleReports(reports, 1000, "1e+09");
 }
 
 TEST(Tilings, AMillionStepsAroundACircleAreTakenAndNoMore) {

@@ -1,6 +1,7 @@
 #include "common/Prediction.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iomanip>
 #include <iostream>
 
@@ -8,8 +9,8 @@
 
 namespace {
 
-const std::size_t REPORTED_EPISODES[] = {0, 10, 50, 100};
-const std::size_t LAST_REPORTED = 100;
+const std::size_t REPORTED_EPISODES[] = {0, 10, 50, 100, 500, 1000, 2000, 5000, 10000, 20000};
+const std::size_t LAST_REPORTED = 20000;
 const std::size_t FIRST_EPISODES = 10;
 
 }  // namespace
@@ -43,6 +44,14 @@ void reportErrors(const std::vector<Errors>& runs) {
     }
   }
   early.print("RMS error, mean over the first " + std::to_string(FIRST_EPISODES) + " episodes");
+}
+
+const bool reportSecond(const std::string& fileName, double first, double second) {
+  const bool same = first == second || (std::isnan(first) && std::isnan(second));
+  std::cout << "The values are saved in " << fileName << ".\n"
+            << "A second agent with the values from this file predicts "
+            << (same ? "the same.\n" : "SOMETHING ELSE!\n") << std::endl;
+  return same;
 }
 
 void drawValues(const std::string& title, const std::vector<Row>& rows, double low) {

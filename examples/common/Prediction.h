@@ -25,6 +25,10 @@ void note(Errors& errors, double error);
 /// Prints the errors of runs: after some numbers of episodes, and over the first ten.
 void reportErrors(const std::vector<Errors>& runs);
 
+/// Says whether a second agent, with the values from a file, errs as the first does.
+/// @return true where it does.
+const bool reportSecond(const std::string& fileName, double first, double second);
+
 /// A state in a picture.
 struct Row {
   std::string name;
@@ -42,12 +46,27 @@ void drawValues(const std::string& title, const std::vector<Row>& rows, double l
 template <class Agent>
 using MakeAgent = std::function<std::unique_ptr<Agent>(unsigned int seed)>;
 
+/// Saves what an agent has learnt and shows that a second agent can predict by it.
+///
+/// @return false after a message on standard error.
+template <class Agent>
+const bool saveAndCheck(const Options& options, const MakeAgent<Agent>& make, Agent& agent) {
+  if (options.saveFile.empty()) {
+    return true;
+  }
+  const std::unique_ptr<Agent> second = make(options.seed);
+  if (!agent.save(options.saveFile) || !second->load(options.saveFile)) {
+    return false;
+  }
+  return reportSecond(options.saveFile, agent.getRmsError(), second->getRmsError());
+}
+
 /// Trains one agent, shows how it gets on and what it has learnt, and saves the values.
 ///
 /// @return false after a message on standard error.
 template <class Agent>
 const bool trainOne(const Options& options, const MakeAgent<Agent>& make,
-                    const std::function<void(Agent&)>& draw) {
+                    const std::function<void(Agent&)>& draw, const Guide::Knob& knob) {
   EpisodeLog log(options.csvFile);
   Progress progress("mean RMS error", 0.01, options.episodes);
   Errors errors;
@@ -62,13 +81,13 @@ const bool trainOne(const Options& options, const MakeAgent<Agent>& make,
     return false;
   }
   note(errors, agent->getRmsError());
-  Guide::introduce(options, {"learn in bigger steps", "ALPHA", "0.5", "0.1"});
+  Guide::introduce(options, knob);
   agent->controlLoop();
 
   std::cout << '\n';
   reportErrors({errors});
   draw(*agent);
-  const bool saved = options.saveFile.empty() || agent->save(options.saveFile);
+  const bool saved = saveAndCheck(options, make, *agent);
   const bool logged = log.close();
   if (saved && logged) {
     Guide::suggest(options);
@@ -100,12 +119,14 @@ const bool trainMany(const Options& options, const MakeAgent<Agent>& make) {
 /// Trains one agent or many, as the options say.
 ///
 /// @param draw shows what an agent has learnt.
+/// @param knob what to change while an agent learns.
 /// @return the program's exit code.
 template <class Agent>
 const int train(const Options& options, const MakeAgent<Agent>& make,
-                const std::function<void(Agent&)>& draw) {
-  const bool done =
-      options.runs > 1 ? trainMany<Agent>(options, make) : trainOne<Agent>(options, make, draw);
+                const std::function<void(Agent&)>& draw,
+                const Guide::Knob& knob = {"learn in bigger steps", "ALPHA", "0.5", "0.1"}) {
+  const bool done = options.runs > 1 ? trainMany<Agent>(options, make)
+                                     : trainOne<Agent>(options, make, draw, knob);
   return done ? 0 : 1;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
 #include <limits>
 
@@ -22,6 +23,14 @@ std::string recordOf(const State& state) {
   return record;
 }
 
+// A file begins with its state.
+const bool holdsAnother(const std::string& expected, const std::string& fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::string found(expected.size(), '\0');
+  // What is too short to hold a state is left to the library, which reports what is missing.
+  return file.read(found.data(), static_cast<std::streamsize>(found.size())) && found != expected;
+}
+
 }  // namespace
 
 const bool saveValues(const ValueFunction& valueFunction, const std::string& fileName) {
@@ -33,12 +42,11 @@ const bool saveValues(const ValueFunction& valueFunction, const std::string& fil
 }
 
 const bool loadValues(ValueFunction& valueFunction, const std::string& fileName) {
-  const std::string expected = recordOf(*valueFunction.getStatePtr());
-  const bool read = valueFunction.load(fileName) == 0;
-  if (read && recordOf(*valueFunction.getStatePtr()) != expected) {
+  if (holdsAnother(recordOf(*valueFunction.getStatePtr()), fileName)) {
     std::cerr << "'" << fileName << "' holds the values of another state" << std::endl;
     return false;
   }
+  const bool read = valueFunction.load(fileName) == 0;
   // Tile coding takes a file that is cut short for one whose tilings have no weights.
   const double noWeights = std::numeric_limits<double>::max();
   if (!read || valueFunction.getMinWeight() == noWeights) {

@@ -17,29 +17,11 @@
 // Agent       continuous_random_walk/ContinuousRandomWalkAgent.h
 
 #include <memory>
-#include <sstream>
-#include <vector>
 
 #include "common/Options.h"
 #include "common/Prediction.h"
-#include "continuous_random_walk/ContinuousRandomWalk.h"
 #include "continuous_random_walk/ContinuousRandomWalkAgent.h"
-
-namespace {
-
-void drawValues(ContinuousRandomWalkAgent& agent) {
-  std::vector<Prediction::Row> rows;
-  for (int i = 1; i <= ContinuousRandomWalkAgent::POSITIONS; ++i) {
-    const double position = ContinuousRandomWalkAgent::getPosition(i);
-    std::ostringstream name;
-    name << position;
-    rows.push_back(
-        {name.str(), agent.getStateValue(position), ContinuousRandomWalk::getTrueValue(position)});
-  }
-  Prediction::drawValues("position", rows, 0.0);
-}
-
-}  // namespace
+#include "continuous_random_walk/WalkPicture.h"
 
 int main(int argc, char** argv) {
   Options options("continuous_random_walk", "Learns the values along a continuous random walk.",
@@ -51,5 +33,5 @@ int main(int argc, char** argv) {
   return Prediction::train<ContinuousRandomWalkAgent>(
       options,
       [&](unsigned int seed) { return std::make_unique<ContinuousRandomWalkAgent>(options, seed); },
-      drawValues);
+      drawWalk<ContinuousRandomWalkAgent>);
 }

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "NetworkWalker.h"
 #include "TableWalker.h"
 #include "TileSailor.h"
 
@@ -25,5 +26,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const std::string folder = argv[1];
-  return train<TableWalker>(folder, "table") && train<TileSailor>(folder, "tiles") ? 0 : 1;
+  const bool trained = train<TableWalker>(folder, "table") && train<TileSailor>(folder, "tiles") &&
+                       train<NetworkWalker>(folder, "network");
+  return trained ? 0 : 1;
 }

@@ -3,14 +3,17 @@
 
 #include <gmock/gmock.h>
 #include <quarnel/ActionLookupTable.h>
+#include <quarnel/ActionNeuralNetwork.h>
 #include <quarnel/ActionTileCoding.h>
 #include <quarnel/ActionTilings.h>
 #include <quarnel/ActionValueFunction.h>
 #include <quarnel/LookupTable.h>
+#include <quarnel/NeuralNetwork.h>
 #include <quarnel/Quarnel.h>
 #include <quarnel/Sarsa.h>
 #include <quarnel/State.h>
 #include <quarnel/StateLookupTable.h>
+#include <quarnel/StateNeuralNetwork.h>
 #include <quarnel/StateTileCoding.h>
 #include <quarnel/StateTilings.h>
 #include <quarnel/TD.h>
@@ -156,6 +159,57 @@ TEST(Fields, ActionLookupTable) {
   expectAscending(table.interfaceFields());
   expectAscending(table.actionFields());
   expectAscending(table.tableFields());
+}
+
+template <typename Network>
+struct NetworkProbe : Network {
+  using Network::Network;
+
+  Addresses interfaceFields() const {
+    return {&this->ValueFunction::statePtr, &this->initWeightsFunctionPtr, &this->minWeightLimit,
+            &this->maxWeightLimit, &this->episodeStateHistory};
+  }
+
+  Addresses networkFields() const {
+    return {&this->episodeStateHistory,
+            &this->INPUT_LAYER_NEURONS,
+            &this->HIDDEN_LAYER_NEURONS,
+            &this->OUTPUT_LAYER_NEURONS,
+            &this->INPUT_HIDDEN_ARRAY_SIZE,
+            &this->HIDDEN_OUTPUT_ARRAY_SIZE,
+            &this->INPUT_HIDDEN_OUTPUT_ARRAY_SIZE,
+            &this->inputValues,
+            &this->hiddenValues,
+            &this->outputValues,
+            &this->inputHiddenWeights,
+            &this->hiddenOutputWeights,
+            &this->inputHiddenOutputTraces,
+            &this->hiddenOutputTraces,
+            &this->tmp,
+            &this->scaleFactor,
+            &this->NeuralNetwork::statePtr};
+  }
+};
+
+struct ActionNetworkProbe : NetworkProbe<ActionNeuralNetwork> {
+  using NetworkProbe::NetworkProbe;
+  Addresses actionFields() const {
+    return {&episodeStateHistory, &ACTIONS,      &activeActionIndex,
+            &registeredActions,   &actionValues, &INPUT_LAYER_NEURONS};
+  }
+};
+
+TEST(Fields, StateNeuralNetwork) {
+  const NetworkProbe<StateNeuralNetwork> network(new State, 1);
+  expectAscending(network.interfaceFields());
+  expectAscending(network.networkFields());
+}
+
+TEST(Fields, ActionNeuralNetwork) {
+  const ActionNetworkProbe network(new State, 1);
+  expectAscending(network.interfaceFields());
+  expectAscending(network.actionFields());
+  expectAscending(network.networkFields());
 }
 
 template <typename Group>

@@ -4,14 +4,17 @@
 
 #include <quarnel/AbstractAction.h>
 #include <quarnel/ActionLookupTable.h>
+#include <quarnel/ActionNeuralNetwork.h>
 #include <quarnel/ActionTileCoding.h>
 #include <quarnel/ActionTilings.h>
 #include <quarnel/ActionValueFunction.h>
 #include <quarnel/LookupTable.h>
+#include <quarnel/NeuralNetwork.h>
 #include <quarnel/Quarnel.h>
 #include <quarnel/Sarsa.h>
 #include <quarnel/State.h>
 #include <quarnel/StateLookupTable.h>
+#include <quarnel/StateNeuralNetwork.h>
 #include <quarnel/StateTileCoding.h>
 #include <quarnel/StateTilings.h>
 #include <quarnel/StateValueFunction.h>
@@ -115,6 +118,12 @@ struct Probe<ActionValueFunction> : RepresentationProbe<ActionValueFunction> {
 };
 
 template <>
+struct Probe<NeuralNetwork> : NeuralNetwork {
+  using NeuralNetwork::NeuralNetwork;
+  void create() override {}
+};
+
+template <>
 struct Probe<TileCoding> : TileCoding {
   void accumulatingTraces(double) override {}
   void replacingTraces(double) override {}
@@ -137,6 +146,9 @@ void useProbes(const std::string& text) {
   Probe<LookupTable>{nullptr};
   Probe<StateLookupTable>{text};
   Probe<ActionLookupTable>{text};
+  Probe<NeuralNetwork>{nullptr, 0};
+  Probe<StateNeuralNetwork>{text};
+  Probe<ActionNeuralNetwork>{text};
   Probe<Tilings>(nullptr, nullptr);
   Probe<StateTilings>(nullptr, nullptr);
   Probe<ActionTilings>(nullptr, 0, nullptr);
