@@ -1,6 +1,7 @@
 """Takes the first program out of the README, and holds what it prints against the README's words.
 
     readme.py extract README.md PROGRAM.cpp
+    readme.py snippets PAGE.md SOURCE.cpp
     readme.py run README.md PROGRAM
     readme.py demo README.md DEMO CONFIGURATION
 """
@@ -25,6 +26,12 @@ def extract(readme, program):
     if text.count("\n") >= LONGEST_PROGRAM:
         sys.exit(f"the README's first program has {LONGEST_PROGRAM} lines or more")
     pathlib.Path(program).write_text(text, encoding="utf-8")
+
+
+def snippets(page, source):
+    """Writes all C++ blocks of a page into one source file, which a test compiles."""
+    blocks = re.findall(r"^```cpp\n(.*?)^```$", page, re.DOTALL | re.MULTILINE)
+    pathlib.Path(source).write_text("\n".join(blocks), encoding="utf-8")
 
 
 def run(readme, program):
@@ -53,6 +60,6 @@ def demo(readme, program, configuration):
 
 
 if __name__ == "__main__":
-    {"extract": extract, "run": run, "demo": demo}[sys.argv[1]](
+    {"extract": extract, "snippets": snippets, "run": run, "demo": demo}[sys.argv[1]](
         pathlib.Path(sys.argv[2]).read_text(encoding="utf-8"), *sys.argv[3:]
     )
