@@ -68,9 +68,11 @@ class TraceMap {
 
     Iterator(const Iterator& other) : map(other.map), position(other.position) {}
     Iterator& operator=(const Iterator& other) {
-      map = other.map;
-      position = other.position;
-      entry.reset();
+      if (this != &other) {
+        map = other.map;
+        position = other.position;
+        entry.reset();
+      }
       return *this;
     }
     ~Iterator() = default;
