@@ -1864,7 +1864,7 @@ TEST(NeuralNetwork, AFileCutAnywhereIsAFailedRead) {
 }
 
 TEST(NeuralNetwork, TheLayersOfALoadThatFailedAreNotLaidOut) {
-  for (const std::string& start : {bytes(65536), bytes(65536) + bytes(65536)}) {
+  for (const std::string& start : {bytes(65536), bytes(65536) + bytes(20000)}) {
     Reports reports;
     RealState state(2);
     Network network(&state, 1000);
