@@ -11,11 +11,18 @@
 class AbstractAction {
  public:
   AbstractAction();
+
+  /// An action has nothing to copy; a derived class may.
   AbstractAction(const AbstractAction&);
+
+  /// An action has nothing to copy; a derived class may. @return this action.
   AbstractAction& operator=(const AbstractAction&);
+
   virtual ~AbstractAction();
 
   /// Describes the action, for output of the application's own; writes nothing unless overridden.
+  ///
+  /// @param os the stream to write to.
   virtual void addInformation(std::ostream& os) const;
 };
 

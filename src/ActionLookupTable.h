@@ -31,6 +31,8 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
 
   /// Builds the table and its state from a file that `save()` has written; it needs no `create()`.
   /// A file that is missing or damaged is reported and gives a table without weights.
+  ///
+  /// @param fileName path of the file.
   explicit ActionLookupTable(const std::string& fileName);
 
   ~ActionLookupTable() override;
@@ -44,6 +46,8 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
   void updateEligibilityTraces(double GAMMA, double LAMBDA) override;
 
   /// Adds VALUE to the trace of the active cell and action, if there is an active cell.
+  ///
+  /// @param VALUE the amount.
   void accumulatingTraces(double VALUE) override;
 
   /// Sets the trace of the active cell and action, if there is an active cell.
@@ -51,6 +55,8 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
   /// In `MAP` storage the pair's trace becomes VALUE and the other actions of the state lose theirs
   /// (Singh and Sutton 1996, replacing traces). In `ARRAY` storage the pair's trace becomes VALUE
   /// where the action is the last one, and 0.0 otherwise; the other actions keep theirs.
+  ///
+  /// @param VALUE the trace.
   void replacingTraces(double VALUE) override;
 
   using LookupTable::checkWeightLimit;
@@ -74,6 +80,7 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
   const int load(FILE* file) override;
 
  public:
+  /// @param actionIndex the action's index.
   /// @return the weight of an action in the active cell; 1.7976931348623157e308 where no cell is
   ///   active, and after a report where there are no weights. An index outside
   ///   [0, `getNumberOfActions()`) is reported and reads whatever weight lies there, 0.0 outside
@@ -85,6 +92,8 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
   /// history are gone, and the table counts no cells until `create()` makes it anew. A refusal (the
   /// last action, no weights, an index outside [0, `getNumberOfActions()`)) is reported and changes
   /// nothing.
+  ///
+  /// @param actionIndex the action's index.
   void removeAction(int actionIndex) override;
 
  public:
@@ -94,17 +103,27 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
   virtual void create();
 
   /// Remembers an action in the active cell for an update without traces.
+  ///
+  /// @param actionIndex the action's index.
   virtual void storeActiveIndex(int actionIndex);
 
   /// Records an action in the active cell, if there is one, in the episode's history.
+  ///
+  /// @param actionIndex the action's index.
   virtual void storeEpisodeState(int actionIndex);
 
   /// Sets the weight of an action in every state. An index outside [0, `getNumberOfActions()`) is
   /// reported, and the cells that it reaches are set all the same.
+  ///
+  /// @param actionIndex the action's index.
+  /// @param actionValue the weight from now on.
   virtual void setActionValue(int actionIndex, double actionValue);
 
   /// Sets the weight of an action in the active cell, if there is one. An index outside
   /// [0, `getNumberOfActions()`) is reported, and the cell that it reaches is set all the same.
+  ///
+  /// @param actionIndex the action's index.
+  /// @param actionValue the weight from now on.
   virtual void setActiveActionValue(int actionIndex, double actionValue);
 
  private:

@@ -36,6 +36,8 @@ class ActionNeuralNetwork : public ActionValueFunction, public NeuralNetwork {
   /// Builds the network and its state from a file that `save()` has written; it needs no
   /// `create()`. A file that is missing or damaged is reported and may give a network without
   /// arrays.
+  ///
+  /// @param fileName path of the file.
   explicit ActionNeuralNetwork(const std::string& fileName);
 
   ~ActionNeuralNetwork() override;
@@ -48,6 +50,9 @@ class ActionNeuralNetwork : public ActionValueFunction, public NeuralNetwork {
   using NeuralNetwork::updateWeights;
 
   /// Learns from a temporal-difference error, with the limits of the value function.
+  ///
+  /// @param ALPHA the step size.
+  /// @param DELTA the temporal-difference error.
   void updateWeights(double ALPHA, double DELTA) override;
 
   void updateEligibilityTraces(double GAMMA, double LAMBDA) override;
@@ -70,6 +75,7 @@ class ActionNeuralNetwork : public ActionValueFunction, public NeuralNetwork {
   const int load(FILE* file) override;
 
  public:
+  /// @param actionIndex the action's index.
   /// @return the output of the action's index, in (0, 1), computed anew for the inputs of the last
   ///   `setState()`. An index outside [0, `getNumberOfActions()`), or without an output of its own,
   ///   is reported and gives 0.0, and so do missing arrays.
@@ -77,6 +83,8 @@ class ActionNeuralNetwork : public ActionValueFunction, public NeuralNetwork {
 
  protected:
   /// Reports that actions can't be taken out of a network, which stays as it is.
+  ///
+  /// @param actionIndex the action's index.
   void removeAction(int actionIndex) override;
 
  public:

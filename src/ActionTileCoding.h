@@ -32,6 +32,8 @@ class ActionTileCoding : public ActionValueFunction, public TileCoding {
 
   /// Builds the value function and its state from a file that `save()` has written. A file that is
   /// missing or damaged is reported and gives a value function with the groups that could be read.
+  ///
+  /// @param fileName path of the file.
   explicit ActionTileCoding(const std::string& fileName);
 
   ~ActionTileCoding() override;
@@ -46,10 +48,14 @@ class ActionTileCoding : public ActionValueFunction, public TileCoding {
 
   /// Adds VALUE to the traces of the active tiles and action, and records them in the episode's
   /// history where that is in use.
+  ///
+  /// @param VALUE the amount.
   void accumulatingTraces(double VALUE) override;
 
   /// Sets the traces of the active tiles and action to VALUE, clears those of the other actions
   /// there, and records them in the episode's history where that is in use.
+  ///
+  /// @param VALUE the trace.
   void replacingTraces(double VALUE) override;
 
   /// Clamps every weight into the limits, unless these are the widest there are.
@@ -71,19 +77,28 @@ class ActionTileCoding : public ActionValueFunction, public TileCoding {
   const int load(FILE* file) override;
 
  public:
+  /// @param actionIndex the action's index.
   /// @return the sum of an action's weights in the active tiles of all groups; 0.0 without groups.
   const double getActionValue(int actionIndex) const override;
 
  protected:
   /// Takes an action out of every group; a group that refuses is reported.
+  ///
+  /// @param actionIndex the action's index.
   void removeAction(int actionIndex) override;
 
  public:
   /// Lays a group out over the state for the actions registered so far, initialises its weights and
   /// adds it; it is owned from then on. No group, and one that is registered already, is reported.
+  ///
+  /// @param actionTilingPtr the group.
   virtual void registerTiling(ActionTilings* actionTilingPtr);
 
-  /// Sets every weight of an action in every group.
+  /// Sets every weight of an action in every group; the action's value is then `actionValue` times
+  /// the number of active tiles.
+  ///
+  /// @param actionIndex the action's index.
+  /// @param actionValue the weight from now on.
   virtual void setActionValue(int actionIndex, double actionValue);
 
  private:

@@ -29,13 +29,17 @@ class ActionValueFunction : public ValueFunction {
   ~ActionValueFunction() override;
 
   /// Writes the state, the number of actions and the representation to the named file, which is
-  /// created or replaced. @return 0; -1 after a report.
+  /// created or replaced.
+  ///
+  /// @param fileName path of the file.
+  /// @return 0; -1 after a report, with the file closed and left as far as it was written.
   const int save(const std::string& fileName) const override;
 
   /// Reads the state, or makes one where there is none, the number of actions and the
   /// representation from the named file. The registered actions are deleted; `getAction()` gives
   /// null until `setAction()` puts an action in.
   ///
+  /// @param fileName path of a file that `save()` has written.
   /// @return 0; -1 after a report, with what was read before the failure kept. More than 65,536
   ///   actions are believed only where the rest of the file has 8 bytes for each.
   const int load(const std::string& fileName) override;
@@ -47,6 +51,9 @@ class ActionValueFunction : public ValueFunction {
  public:
   /// Appends an action, which is owned from now on; its index is the number of actions before it.
   /// Has no effect on a representation that is already created.
+  ///
+  /// @param actionPtr the action; the same one may be registered more than once. Where there is no
+  ///   memory, that is reported and the caller still owns it.
   virtual void registerAction(const AbstractAction* actionPtr);
 
   /// Takes an action out of the registry and the representation; the caller owns it again. Does
@@ -54,14 +61,21 @@ class ActionValueFunction : public ValueFunction {
   ///
   /// The number of actions falls by one here and, on purpose, by one more where the representation
   /// carries the removal out.
+  ///
+  /// @param actionPtr the action, as it was registered.
   virtual void unregisterAction(const AbstractAction* actionPtr);
 
   /// Takes the action at an index out, as above; an index outside [0, `getNumberOfActions()`) is
   /// reported and changes nothing.
+  ///
+  /// @param actionIndex the action's index; those of the actions behind it fall by one.
   virtual void unregisterAction(int actionIndex);
 
   /// Deletes the action at an index and puts another in its place, which is owned from now on. An
   /// index outside [0, `getNumberOfActions()`) is reported and changes nothing.
+  ///
+  /// @param actionIndex the index.
+  /// @param actionPtr the new action; null for none.
   virtual void setAction(int actionIndex, const AbstractAction* actionPtr);
 
   /// Chooses the action of the highest value; one of several at random.
@@ -70,7 +84,9 @@ class ActionValueFunction : public ValueFunction {
   ///   chosen: the index is -1 and the result -1.7976931348623157e308.
   virtual const double setGreedyActionIndex();
 
-  /// Chooses any action, all with the same probability. @return its value.
+  /// Chooses any action, all with the same probability.
+  ///
+  /// @return its value. Without actions the index is -1, which the representation reports.
   virtual const double setRandomActionIndex();
 
   /// Chooses an action with a probability in proportion to exp(v / TEMPERATURE), where v is the
@@ -78,16 +94,20 @@ class ActionValueFunction : public ValueFunction {
   /// equal. Actions registered after the first call of this operation weigh nothing where the
   /// values differ.
   ///
-  /// @param TEMPERATURE above 0; a high one evens the choice out, a low one makes it greedy.
+  /// @param TEMPERATURE the temperature, above 0; a high one evens the choice out, a low one makes
+  ///   it greedy.
   /// @return the value of the chosen action. Rounding may leave none chosen: the index is then the
   ///   number of actions, which the representation reports.
   virtual const double setSoftMaxActionIndex(double TEMPERATURE);
 
+  /// @param actionIndex the action's index, in [0, `getNumberOfActions()`).
   /// @return the value of an action in the state that was active at the last `setState()`.
   virtual const double getActionValue(int actionIndex) const = 0;
 
  protected:
   /// Takes an action out of the representation, before the number of actions is lowered.
+  ///
+  /// @param actionIndex the action's index.
   virtual void removeAction(int actionIndex) = 0;
 
  public:
@@ -97,6 +117,7 @@ class ActionValueFunction : public ValueFunction {
   /// @return the action chosen last; null where there is none.
   const AbstractAction* getActiveAction() const { return getAction(activeActionIndex); }
 
+  /// @param actionIndex any number.
   /// @return the action at an index; null where there is none.
   const AbstractAction* getAction(int actionIndex) const {
     return isRegistered(actionIndex) ? registeredActions[static_cast<std::size_t>(actionIndex)]
@@ -107,9 +128,11 @@ class ActionValueFunction : public ValueFunction {
   const int getNumberOfActions() const { return ACTIONS; }
 
  protected:
-  int ACTIONS;
-  int activeActionIndex;
-  std::vector<const AbstractAction*> registeredActions;
+  int ACTIONS;            ///< Number of actions.
+  int activeActionIndex;  ///< The action chosen last; -1 before the first choice.
+  std::vector<const AbstractAction*> registeredActions;  ///< By index; owned, may be null.
+
+  /// Where softmax choices compute the weight of each action; null before the first one.
   double* actionValues;
 
   /// Length of `actionValues`: that of the first softmax choice.

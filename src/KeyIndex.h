@@ -16,9 +16,15 @@ class KeyIndex {
   /// Stands for the position of a key that is not there.
   static constexpr std::uint32_t ABSENT = 0xFFFFFFFF;
 
+  /// No keys yet, and no memory taken.
   KeyIndex();
+
   ~KeyIndex();
+
+  /// Copies all keys, in their positions.
   KeyIndex(const KeyIndex&);
+
+  /// Copies all keys, in their positions. @return this index.
   KeyIndex& operator=(const KeyIndex&);
 
   /// @return the number of keys.
@@ -27,6 +33,7 @@ class KeyIndex {
   /// @return the keys, in no particular order.
   const int* data() const { return keys.data(); }
 
+  /// @param key any number.
   /// @return the position of a key; `ABSENT` where it is not there.
   std::size_t find(int key) const {
     std::size_t slot = home(key);
@@ -36,7 +43,9 @@ class KeyIndex {
     return table[slot].position;
   }
 
-  /// Makes room for one more key. @throws std::bad_alloc, and then nothing has changed.
+  /// Makes room for one more key.
+  ///
+  /// @throws std::bad_alloc where there is no memory, and then nothing has changed.
   void reserveOne() {
     if (keys.size() == keys.capacity() || SLOTS_PER_KEY * (keys.size() + 1) > slots.size()) {
       grow();
@@ -44,6 +53,8 @@ class KeyIndex {
   }
 
   /// Puts a key that is not there behind the others, after `reserveOne()`.
+  ///
+  /// @param key any number.
   void append(int key) {
     const std::size_t slot = freeSlot(key);
     slots[slot] = {key, static_cast<std::uint32_t>(keys.size())};
@@ -51,6 +62,8 @@ class KeyIndex {
   }
 
   /// Takes the key at a position out; the last one takes its place.
+  ///
+  /// @param position a position, below `size()`.
   void removeAt(std::size_t position) {
     const int last = keys.back();
     slots[slotOf(last)].position = static_cast<std::uint32_t>(position);
@@ -61,6 +74,7 @@ class KeyIndex {
 
   /// Brings the keys into ascending order, by heapsort: it needs no memory, so that it can't fail.
   ///
+  /// @tparam Swap a function of two positions.
   /// @param swap is called with the two positions of every exchange, so that what belongs to the
   ///   keys can follow them.
   template <typename Swap>
@@ -78,16 +92,20 @@ class KeyIndex {
   }
 
   /// Exchanges the keys with those of another.
+  ///
+  /// @param other the other index.
   void swap(KeyIndex& other) noexcept;
 
   /// Takes all keys out, in a time in proportion to their number.
   void clear();
 
  private:
+  /// @cond
   struct Slot {
     int key;
     std::uint32_t position;
   };
+  /// @endcond
 
   // With this many a key that is not there is nearly always found missing at the first look.
   static constexpr std::size_t SLOTS_PER_KEY = 4;

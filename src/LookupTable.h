@@ -21,6 +21,9 @@
 /// episode (`MAP`, the default), or in an array with a trace for each cell (`ARRAY`): every step
 /// walks the map or the whole array.
 ///
+/// A storage that is neither of the two, as a file may bring it, is reported by every operation
+/// that needs traces, and so is an array of traces that `initEligibilityTraces()` has not made yet.
+///
 /// An index outside the table reads as 0.0 and is ignored where weights and traces change, whether
 /// it comes from a file, a map left over from another table or a caller.
 ///
@@ -38,7 +41,10 @@ class LookupTable {
   LookupTable(const LookupTable&) = delete;
   LookupTable& operator=(const LookupTable&) = delete;
 
-  /// Sets every weight, in the order of cells, to a fresh call of the function.
+  /// Sets every weight, in the order of cells, to a fresh call of the function; reports where there
+  /// are no weights.
+  ///
+  /// @param initFunctionPtr gives the next weight; null is reported and changes nothing.
   virtual void initWeights(const double (*initFunctionPtr)());
 
   /// Makes all traces zero. Makes the array of traces in `ARRAY` storage; call it again after
@@ -59,7 +65,10 @@ class LookupTable {
   virtual void updateEligibilityTraces(double GAMMA, double LAMBDA);
 
   /// Clamps every weight into [MIN_WEIGHT, MAX_WEIGHT]; a weight that is not a number becomes
-  /// MIN_WEIGHT.
+  /// MIN_WEIGHT. Reports where there are no weights.
+  ///
+  /// @param MIN_WEIGHT the lower limit.
+  /// @param MAX_WEIGHT the upper limit.
   virtual void checkWeightLimit(double MIN_WEIGHT, double MAX_WEIGHT);
 
   /// @return the smallest weight; 1.7976931348623157e308 after a report where there are none.
@@ -85,16 +94,22 @@ class LookupTable {
 
   /// Adds an amount to the weight of every cell visited in the episode; reports where there is
   /// none. The set stays as it is.
+  ///
+  /// @param amount what each weight gains.
   virtual void valueEpisode(double amount);
 
  protected:
   /// Writes the table's block: the trace storage, the place values and the number of cells as
-  /// 4-byte integers, then the weights as 8-byte reals. @return 0; -1 after a report.
+  /// 4-byte integers, then the weights as 8-byte reals.
+  ///
+  /// @param file open for writing.
+  /// @return 0; -1 after a report.
   virtual const int save(FILE* file) const;
 
   /// Reads the table's block in place of what the table holds. A number of cells that the rest of
   /// the file can't hold is a failed read.
   ///
+  /// @param file open for reading, at a table's block.
   /// @return 0; -1 after a report, and the table then may be without weights.
   virtual const int load(FILE* file);
 
@@ -114,54 +129,78 @@ class LookupTable {
   void setTraceStorage(Types::TRACE_STORAGE storage) { traceStorage = storage; }
 
  protected:
+  /// Empties the map of traces.
   void clearTraceMap() { eTracesMap.clear(); }
+
+  /// @param state the state to read from now on; not owned.
   void setStatePtr(State* state) { statePtr = state; }
 
   /// Makes place values and weights for the state's ranges, with `cellsPerState` adjacent cells for
   /// each combination of values; releases what the table held. A table that has too many cells is
   /// reported and left without weights.
+  ///
+  /// @param cellsPerState 1, or the number of actions.
   void layOut(int cellsPerState);
 
+  /// @param index any number.
   /// @return true when the index is that of a cell.
   const bool isCell(int index) const { return index >= 0 && index < ARRAY_SIZE; }
 
+  /// @param index any number.
   /// @return the weight at an index; 0.0 outside the table.
   const double readWeight(int index) const {
     return weights != nullptr && isCell(index) ? weights[index] : 0.0;
   }
 
   /// Sets the weight at an index; does nothing outside the table.
+  ///
+  /// @param index any number.
+  /// @param weight the weight from now on.
   void writeWeight(int index, double weight) {
     if (weights != nullptr && isCell(index)) {
       weights[index] = weight;
     }
   }
 
-  /// @return true when there are weights; false after a report at `place`.
+  /// @param place where a report is said to come from.
+  /// @return true when there are weights; false after a report.
   const bool checkWeights(const QuarnelUtility::Place& place) const;
 
-  /// @return true when traces can be set in the storage in use; false after a report at `place`.
+  /// @param place where a report is said to come from.
+  /// @return true when traces can be set in the storage in use; false after a report.
   const bool checkTraces(const QuarnelUtility::Place& place) const;
 
-  /// Sets the trace of a cell, in either storage.
+  /// Sets the trace of a cell, in either storage, after `checkTraces()`. Reports where there is no
+  /// memory for an entry of the map.
+  ///
+  /// @param index the cell.
+  /// @param VALUE its trace from now on.
+  /// @param place where a report is said to come from.
   void setTrace(int index, double VALUE, const QuarnelUtility::Place& place);
 
-  /// Adds to the trace of a cell, in either storage, unless no cell is active; reports at `place`.
+  /// Adds to the trace of a cell, in either storage, unless no cell is active. Reports where there
+  /// are no traces to change, or no memory for an entry of the map.
+  ///
+  /// @param index the cell.
+  /// @param VALUE what to add.
+  /// @param place where a report is said to come from.
   void accumulateTrace(int index, double VALUE, const QuarnelUtility::Place& place);
 
-  /// Records a cell as visited in the episode.
+  /// Records a cell as visited in the episode; reports where there is no memory for it.
+  ///
+  /// @param index the cell.
   void rememberCell(int index);
 
-  Types::TRACE_STORAGE traceStorage;
-  int ARRAY_SIZE;
-  double* weights;
-  double* eTraces;
-  TraceMap eTracesMap;
-  int* indexOffset;
-  int activeIndex;
-  int storedActiveIndex;
-  IndexSet episodeIndexHistorySet;
-  State* statePtr;
+  Types::TRACE_STORAGE traceStorage;  ///< Where traces are kept; `MAP` at first.
+  int ARRAY_SIZE;                     ///< Number of cells.
+  double* weights;                    ///< `ARRAY_SIZE` weights, by cell; owned.
+  double* eTraces;                    ///< `ARRAY_SIZE` traces; owned, null in `MAP` storage.
+  TraceMap eTracesMap;                ///< The traces in `MAP` storage, by cell.
+  int* indexOffset;                   ///< Place values, by variable; owned.
+  int activeIndex;                    ///< Cell of the state, that of action 0; -1 for none.
+  int storedActiveIndex;              ///< Cell of an update without traces; -1 for none.
+  IndexSet episodeIndexHistorySet;    ///< Cells visited in the episode.
+  State* statePtr;                    ///< The state; not owned.
 
   /// Length of `indexOffset`: the state may have been given more variables since.
   unsigned int indexOffsetSize;

@@ -51,6 +51,8 @@ class NeuralNetwork {
 
   /// Sets every input-to-hidden weight and then every hidden-to-output weight, in the order of
   /// indices, to a fresh call of the function.
+  ///
+  /// @param initFunctionPtr gives the next weight; null is reported and changes nothing.
   virtual void initWeights(const double (*initFunctionPtr)());
 
   /// Makes all traces zero, and makes their arrays where there are none; from then on updates use
@@ -75,9 +77,13 @@ class NeuralNetwork {
   virtual void updateEligibilityTraces(double GAMMA, double LAMBDA);
 
   /// Does nothing: `updateEligibilityTraces()` adds the gradient itself.
+  ///
+  /// @param VALUE not used.
   virtual void accumulatingTraces(double VALUE);
 
   /// Does nothing, as above.
+  ///
+  /// @param VALUE not used.
   virtual void replacingTraces(double VALUE);
 
   /// Computes all hidden and output units from the inputs of the last `setState()`.
@@ -89,6 +95,9 @@ class NeuralNetwork {
 
   /// Clamps every weight into [MIN_WEIGHT, MAX_WEIGHT]; a weight that is not a number becomes
   /// MIN_WEIGHT.
+  ///
+  /// @param MIN_WEIGHT the lower limit.
+  /// @param MAX_WEIGHT the upper limit.
   virtual void checkWeightLimit(double MIN_WEIGHT, double MAX_WEIGHT);
 
   /// @return the smallest weight; 1.7976931348623157e308 after reports where there are none.
@@ -114,6 +123,8 @@ class NeuralNetwork {
   virtual void initEpisodeStateHistory();
 
   /// Reports that networks can't do this.
+  ///
+  /// @param amount not used.
   virtual void valueEpisode(double amount);
 
  protected:
@@ -121,6 +132,7 @@ class NeuralNetwork {
   /// weights, the hidden-to-output weights and the scale factors as 8-byte reals; and the first 4
   /// bytes of the input bias and of the hidden bias. Traces are not part of it.
   ///
+  /// @param file open for writing.
   /// @return 0; -1 after a report.
   virtual const int save(FILE* file) const;
 
@@ -129,6 +141,7 @@ class NeuralNetwork {
   /// without a unit, and arrays that the rest of the file can't hold, are a failed read and leave a
   /// network without layers.
   ///
+  /// @param file open for reading, at a network's block.
   /// @return 0; -1 after a report, and the network then may be without arrays.
   virtual const int load(FILE* file);
 
@@ -148,6 +161,9 @@ class NeuralNetwork {
   void setScaleFactor(int variableIndex, double factor);
 
   /// Sets the values of the two bias units; by default 1.0. Reports where there are no units.
+  ///
+  /// @param inputBias value of the last input unit.
+  /// @param hiddenBias value of the last hidden unit.
   void setBias(double inputBias, double hiddenBias);
 
   /// @param state the state to read from now on; not owned.
@@ -156,41 +172,44 @@ class NeuralNetwork {
  protected:
   /// Sets the array sizes to `shares` times what the layers ask for, makes the arrays, and sets
   /// scale factors and bias units to 1.0. Updates and outputs use the first share only. Sizes that
-  /// no array can have are reported at `place` and leave a network without arrays.
+  /// no array can have are reported and leave a network without arrays.
+  ///
+  /// @param shares 1, or the number of actions.
+  /// @param place where a report is said to come from.
   void layOut(int shares, const QuarnelUtility::Place& place);
 
-  int INPUT_LAYER_NEURONS;
-  int HIDDEN_LAYER_NEURONS;
-  int OUTPUT_LAYER_NEURONS;
-  int INPUT_HIDDEN_ARRAY_SIZE;
-  int HIDDEN_OUTPUT_ARRAY_SIZE;
-  int INPUT_HIDDEN_OUTPUT_ARRAY_SIZE;
-  double* inputValues;
-  double* hiddenValues;
-  double* outputValues;
-  double* inputHiddenWeights;
-  double* hiddenOutputWeights;
-  double* inputHiddenOutputTraces;
-  double* hiddenOutputTraces;
-  double* tmp;
-  double* scaleFactor;
-  State* statePtr;
+  int INPUT_LAYER_NEURONS;             ///< Input units: the variables, and the bias unit.
+  int HIDDEN_LAYER_NEURONS;            ///< Hidden units, with the bias unit.
+  int OUTPUT_LAYER_NEURONS;            ///< Output units.
+  int INPUT_HIDDEN_ARRAY_SIZE;         ///< Number of input-to-hidden weights.
+  int HIDDEN_OUTPUT_ARRAY_SIZE;        ///< Number of hidden-to-output weights.
+  int INPUT_HIDDEN_OUTPUT_ARRAY_SIZE;  ///< Number of traces of input-to-hidden weights.
+  double* inputValues;                 ///< The inputs; the last one is the bias.
+  double* hiddenValues;                ///< Hidden units after the last pass; the last is the bias.
+  double* outputValues;                ///< The outputs of the last forward pass.
+  double* inputHiddenWeights;          ///< By input, then by hidden unit without the bias unit.
+  double* hiddenOutputWeights;         ///< By hidden unit with the bias unit, then by output.
+  double* inputHiddenOutputTraces;     ///< As `inputHiddenWeights`, then by output; null at first.
+  double* hiddenOutputTraces;          ///< As `hiddenOutputWeights`; null at first.
+  double* tmp;                         ///< The derivative at each output, of the last update.
+  double* scaleFactor;                 ///< What each state variable is multiplied with.
+  State* statePtr;                     ///< The state; not owned.
 
   /// @name Lengths of the arrays
   /// What `allocateMemory()` made, whatever the sizes above have become since. `tmp` is as long as
   /// `outputValues`, `hiddenOutputTraces` as `hiddenOutputWeights`.
   /// @{
-  int inputValuesSize;
-  int hiddenValuesSize;
-  int outputValuesSize;
-  int inputHiddenWeightsSize;
-  int hiddenOutputWeightsSize;
-  int inputHiddenOutputTracesSize;
+  int inputValuesSize;              ///< Of `inputValues`; `scaleFactor` is one shorter.
+  int hiddenValuesSize;             ///< Of `hiddenValues`.
+  int outputValuesSize;             ///< Of `outputValues`.
+  int inputHiddenWeightsSize;       ///< Of `inputHiddenWeights`.
+  int hiddenOutputWeightsSize;      ///< Of `hiddenOutputWeights`.
+  int inputHiddenOutputTracesSize;  ///< Of `inputHiddenOutputTraces`.
   /// @}
 
   /// What an update passes back from the outputs to each hidden unit; `errorsSize` long.
   double* errors;
-  int errorsSize;
+  int errorsSize;  ///< Length of `errors`.
 
  private:
   // The arrays in the file that load() is reading, which bounds what create() may ask for.

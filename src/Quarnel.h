@@ -1,6 +1,9 @@
 #ifndef QUARNEL_QUARNEL_H
 #define QUARNEL_QUARNEL_H
 
+/// @file
+/// The base of the learners, and the enumerations of their configuration.
+
 #include <csignal>
 #include <string>
 
@@ -90,19 +93,21 @@ class Quarnel {
   /// `continueLearning`.
   virtual void finishEpisode();
 
+  // Compilers show the next four lines to whoever forgets a hook, with what stands behind them.
+
   /// Puts the environment and the `State` into a start state. Supplied by the application.
-  virtual void setInitialState() = 0;
+  virtual void setInitialState() = 0;  // hook: override it in your learner
 
   /// Carries out the chosen action. Supplied by the application.
-  virtual void takeAction() = 0;
+  virtual void takeAction() = 0;  // hook: override it in your learner
 
   /// Writes the new observation into the `State`. Supplied by the application.
   ///
   /// @return false when the episode has ended.
-  virtual const bool observeState() = 0;
+  virtual const bool observeState() = 0;  // hook: override it in your learner, as const bool
 
   /// @return the reward of the last transition. Supplied by the application.
-  virtual const double calculateReward() = 0;
+  virtual const double calculateReward() = 0;  // hook: override it in your learner, as const double
 
   /// @return true when the learner has a value function. Supplied by the learner.
   virtual const bool checkValueFunction() const = 0;

@@ -31,6 +31,8 @@ class State {
   State();
 
   /// Reads the state from a file with `load()`, whose failures are only reported.
+  ///
+  /// @param file open for reading, at a state record.
   explicit State(FILE* file);
 
   ~State();
@@ -43,7 +45,8 @@ class State {
   /// @param name the variable's name; names need not differ.
   /// @param a one end of the range.
   /// @param b the other end; the ends may be given in either order.
-  /// @return the variable's id; 4294967295 after a report when the state holds real variables.
+  /// @return the variable's id; 4294967295 after a report when the state holds real variables,
+  ///   or when there is no memory.
   const unsigned int registerVariable(const std::string& name, int a, int b);
 
   /// Registers a real variable, which starts at the middle of its range.
@@ -52,9 +55,11 @@ class State {
   /// @param a one end of the range.
   /// @param b the other end; the ends may be given in either order (where one is not a number they
   ///   are taken as lower and upper end).
-  /// @return the variable's id; 4294967295 after a report when the state holds integer variables.
+  /// @return the variable's id; 4294967295 after a report when the state holds integer
+  ///   variables, or when there is no memory.
   const unsigned int registerVariable(const std::string& name, double a, double b);
 
+  /// @param name the name to look for.
   /// @return the id of the first variable with exactly this name; 4294967295 after a report when
   ///   there is none.
   const unsigned int getVariableId(const std::string& name) const;
@@ -62,6 +67,7 @@ class State {
   /// @return the number of registered variables; ids lie below it.
   const unsigned int getNumberOfVariables() const { return static_cast<unsigned int>(vars.size()); }
 
+  /// @param id any number.
   /// @return true when there is a real variable with this id; nothing is reported.
   const bool isRealVariable(unsigned int id) const { return varType == DOUBLE && id < vars.size(); }
 
@@ -69,35 +75,75 @@ class State {
   /// A wrong kind of state or an unknown id is reported; the getters then return 0 and the setters
   /// change nothing. The setters do not keep a value within its range.
   /// @{
+
+  /// @param id the variable's id.
+  /// @return its current value.
   const int getValueInt(unsigned int id) const;
+
+  /// @param id the variable's id.
+  /// @return the lower end of its range.
   const int getMinValueInt(unsigned int id) const;
+
+  /// @param id the variable's id.
+  /// @return the upper end of its range.
   const int getMaxValueInt(unsigned int id) const;
+
+  /// @param id the variable's id.
+  /// @param value its new value.
   void setValueInt(unsigned int id, int value);
+
+  /// @param id the variable's id.
+  /// @param minValue the new lower end of its range; tables and tilings keep their size.
   void setMinValueInt(unsigned int id, int minValue);
+
+  /// @param id the variable's id.
+  /// @param maxValue the new upper end of its range; tables and tilings keep their size.
   void setMaxValueInt(unsigned int id, int maxValue);
+
   /// @}
 
   /// @name Real variables
   /// A wrong kind of state or an unknown id is reported; the getters then return 0.0 and the
   /// setters change nothing. The setters do not keep a value within its range.
   /// @{
+
+  /// @param id the variable's id.
+  /// @return its current value.
   const double getValueDbl(unsigned int id) const;
+
+  /// @param id the variable's id.
+  /// @return the lower end of its range.
   const double getMinValueDbl(unsigned int id) const;
+
+  /// @param id the variable's id.
+  /// @return the upper end of its range.
   const double getMaxValueDbl(unsigned int id) const;
+
+  /// @param id the variable's id.
+  /// @param value its new value.
   void setValueDbl(unsigned int id, double value);
+
+  /// @param id the variable's id.
+  /// @param minValue the new lower end of its range; tables and tilings keep their size.
   void setMinValueDbl(unsigned int id, double minValue);
+
+  /// @param id the variable's id.
+  /// @param maxValue the new upper end of its range; tables and tilings keep their size.
   void setMaxValueDbl(unsigned int id, double maxValue);
+
   /// @}
 
   /// Writes the state record: the number of variables and their kind (4 bytes each), then the
   /// record of each variable in the order of ids. Current values are not part of it.
   ///
+  /// @param file open for writing.
   /// @return 0; -1 after an errno report.
   const int save(FILE* file) const;
 
   /// Replaces the registry with the state record at the file's position; every value then stands
   /// in the middle of its range.
   ///
+  /// @param file open for reading, at a state record.
   /// @return 0; -1 after a report when the number of variables or their kind can't be read, when
   ///   there are said to be more than 1024 variables and the file can't hold them (a pipe: when it
   ///   ends before them), or when there is no memory for them. A
@@ -106,8 +152,8 @@ class State {
   const int load(FILE* file);
 
  protected:
-  TYPE varType;
-  std::vector<VarValues*> vars;
+  TYPE varType;                  ///< The kind of all variables.
+  std::vector<VarValues*> vars;  ///< The variables by id; never deleted here.
 
  private:
   // The variable with this id; null after a report where there is none of the kind.

@@ -28,6 +28,8 @@ class StateLookupTable : public StateValueFunction, public LookupTable {
 
   /// Builds the table and its state from a file that `save()` has written. A file that is missing
   /// or damaged is reported and gives a table without weights.
+  ///
+  /// @param fileName path of the file.
   explicit StateLookupTable(const std::string& fileName);
 
   ~StateLookupTable() override;
@@ -41,9 +43,13 @@ class StateLookupTable : public StateValueFunction, public LookupTable {
   void updateEligibilityTraces(double GAMMA, double LAMBDA) override;
 
   /// Adds VALUE to the trace of the active cell, if there is one.
+  ///
+  /// @param VALUE the amount.
   void accumulatingTraces(double VALUE) override;
 
   /// Sets the trace of the active cell, if there is one, to VALUE.
+  ///
+  /// @param VALUE the trace.
   void replacingTraces(double VALUE) override;
 
   using LookupTable::checkWeightLimit;

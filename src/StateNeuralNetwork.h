@@ -32,6 +32,8 @@ class StateNeuralNetwork : public StateValueFunction, public NeuralNetwork {
 
   /// Builds the network and its state from a file that `save()` has written. A file that is missing
   /// or damaged is reported and may give a network without arrays.
+  ///
+  /// @param fileName path of the file.
   explicit StateNeuralNetwork(const std::string& fileName);
 
   ~StateNeuralNetwork() override;
@@ -44,6 +46,9 @@ class StateNeuralNetwork : public StateValueFunction, public NeuralNetwork {
   using NeuralNetwork::updateWeights;
 
   /// Learns from a temporal-difference error, with the limits of the value function.
+  ///
+  /// @param ALPHA the step size.
+  /// @param DELTA the temporal-difference error.
   void updateWeights(double ALPHA, double DELTA) override;
 
   void updateEligibilityTraces(double GAMMA, double LAMBDA) override;

@@ -29,6 +29,8 @@ class StateTileCoding : public StateValueFunction, public TileCoding {
 
   /// Builds the value function and its state from a file that `save()` has written. A file that is
   /// missing or damaged is reported and gives a value function with the groups that could be read.
+  ///
+  /// @param fileName path of the file.
   explicit StateTileCoding(const std::string& fileName);
 
   ~StateTileCoding() override;
@@ -43,10 +45,14 @@ class StateTileCoding : public StateValueFunction, public TileCoding {
 
   /// Adds VALUE to the traces of the active tiles, and records them in the episode's history
   /// where that is in use.
+  ///
+  /// @param VALUE the amount.
   void accumulatingTraces(double VALUE) override;
 
-  /// Sets the traces of the active tiles to VALUE, and records them in
-  /// the episode's history where that is in use.
+  /// Sets the traces of the active tiles to VALUE, and records them in the episode's history where
+  /// that is in use.
+  ///
+  /// @param VALUE the trace.
   void replacingTraces(double VALUE) override;
 
   /// Clamps every weight into the limits, unless these are the widest there are.
@@ -73,6 +79,8 @@ class StateTileCoding : public StateValueFunction, public TileCoding {
 
   /// Lays a group out over the state, initialises its weights and adds it; it is owned from then
   /// on. No group, and one that is registered already, is reported.
+  ///
+  /// @param stateTilingPtr the group.
   virtual void registerTiling(StateTilings* stateTilingPtr);
 
  private:

@@ -17,6 +17,9 @@ class StateTilings : public Tilings {
   StateTilings(int numberOfTilings, const std::list<Types::TILINGS_VAR_STRUCT>& varList);
 
   /// Reads a group's block, with its layout; failures are only reported.
+  ///
+  /// @param aStatePtr the state; not owned.
+  /// @param file open for reading, at a group's block.
   StateTilings(State* aStatePtr, FILE* file);
 
   ~StateTilings() override;
@@ -27,12 +30,18 @@ class StateTilings : public Tilings {
   /// times the number of tilings, rounded up; the resolution then becomes what that whole number of
   /// tiles gives. Ranges, resolutions and sizes that give no layout are reported and leave the
   /// group without weights.
+  ///
+  /// @param aStatePtr the state; not owned.
   virtual void create(State* aStatePtr);
 
   /// Adds VALUE to the trace of every active tile.
+  ///
+  /// @param VALUE the amount.
   virtual void accumulatingTraces(double VALUE);
 
   /// Sets the trace of every active tile to VALUE.
+  ///
+  /// @param VALUE the trace.
   virtual void replacingTraces(double VALUE);
 
   /// Remembers the active tiles for an update without traces.

@@ -17,11 +17,13 @@ class StateValueFunction : public ValueFunction {
 
   /// Writes the state and the representation to the named file, which is created or replaced.
   ///
+  /// @param fileName path of the file.
   /// @return 0; -1 after a report. A write that fails leaves the file open until the process ends.
   const int save(const std::string& fileName) const override;
 
   /// Reads the state, or makes one where there is none, and the representation from the named file.
   ///
+  /// @param fileName path of a file that `save()` has written.
   /// @return 0; -1 after a report. What was read before a failure is kept, and the file then stays
   ///   open until the process ends.
   const int load(const std::string& fileName) override;

@@ -22,8 +22,20 @@ class TD : public Quarnel {
   ~TD() override;
 
  protected:
+  /// Starts an episode: counts it, clears the traces, and the history of states where that is in
+  /// use, calls `setInitialState()` and sets `value` to V(s). Reports where there is no value
+  /// function, and does nothing then.
   void initEpisode() override;
+
+  /// Takes a step from s to s' and learns from it.
+  ///
+  /// Traces decay by GAMMA * LAMBDA and that of s is set, or without traces s is stored; then come
+  /// `takeAction()`, `observeState()` and `calculateReward()`, which gives r. The error is
+  /// r + GAMMA * V(s') - V(s), and r - V(s) where the episode has ended. A kind of traces that is
+  /// none of the enumerators is reported in every step, which sets no trace then. Where there is no
+  /// value function, that is reported and the episode ends.
   void step() override;
+
   const bool checkValueFunction() const override;
 
   /// What is learnt; set by the application, owned from then on.

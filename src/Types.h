@@ -1,6 +1,9 @@
 #ifndef QUARNEL_TYPES_H
 #define QUARNEL_TYPES_H
 
+/// @file
+/// The enumerations and records that several classes share.
+
 /// Enumerations and records that several classes of the library share.
 ///
 /// The enumerations have the fixed underlying type `int`: a number that comes from a file or a

@@ -34,7 +34,10 @@ class ValueFunction {
   ValueFunction(const ValueFunction&) = delete;
   ValueFunction& operator=(const ValueFunction&) = delete;
 
-  /// Sets every weight, in storage order, to a fresh call of the function.
+  /// Sets every weight, in storage order, to a fresh call of the function; reports where there are
+  /// no weights yet.
+  ///
+  /// @param initFunctionPtr gives the next weight; null is reported and changes nothing.
   virtual void initWeights(const double (*initFunctionPtr)()) = 0;
 
   /// Makes all traces zero; called at the start of an episode.
@@ -43,20 +46,24 @@ class ValueFunction {
   /// Learns from a temporal-difference error: every weight with a trace gains DELTA * ALPHA *
   /// trace; without traces the stored feature's weights gain DELTA * ALPHA.
   ///
-  /// @param ALPHA the learning rate.
-  /// @param DELTA the temporal-difference error.
+  /// @param ALPHA the step size, usually in (0, 1].
+  /// @param DELTA the temporal-difference error, in units of the reward.
   virtual void updateWeights(double ALPHA, double DELTA) = 0;
 
   /// Decays every trace by the product of the two factors.
   ///
-  /// @param GAMMA the discount factor.
-  /// @param LAMBDA the trace decay.
+  /// @param GAMMA the discount factor, in [0, 1].
+  /// @param LAMBDA the trace decay, in [0, 1].
   virtual void updateEligibilityTraces(double GAMMA, double LAMBDA) = 0;
 
-  /// Adds VALUE to the traces of the active feature.
+  /// Adds VALUE to the traces of the active feature: a visit under `ACCUMULATING`.
+  ///
+  /// @param VALUE the amount, the learner's `TRACE_VALUE`.
   virtual void accumulatingTraces(double VALUE) = 0;
 
-  /// Sets the traces of the active feature to VALUE.
+  /// Sets the traces of the active feature to VALUE: a visit under `REPLACING`.
+  ///
+  /// @param VALUE the trace, the learner's `TRACE_VALUE`.
   virtual void replacingTraces(double VALUE) = 0;
 
   /// Clamps every weight into the limits set by `setMinWeightLimit()` and `setMaxWeightLimit()`.
@@ -84,24 +91,35 @@ class ValueFunction {
   /// Empties the episode's history.
   virtual void initEpisodeStateHistory() = 0;
 
-  /// Adds an amount to the weight of every feature in the episode's history, once each.
+  /// Adds an amount to the weight of every feature in the episode's history, once each. No learner
+  /// calls it: an application does, once an episode has turned out well or badly.
+  ///
+  /// @param amount what each weight gains.
   virtual void valueEpisode(double amount) = 0;
 
   /// Writes the state and the representation to the named file, which is created or replaced.
   ///
+  /// @param fileName path of the file.
   /// @return 0; -1 after a report.
   virtual const int save(const std::string& fileName) const = 0;
 
   /// Reads the state and the representation from the named file.
   ///
+  /// @param fileName path of a file that `save()` has written.
   /// @return 0; -1 after a report, with what was read before the failure kept.
   virtual const int load(const std::string& fileName) = 0;
 
  protected:
-  /// Writes the representation's block at the file's position. @return 0; -1 after a report.
+  /// Writes the representation's block at the file's position.
+  ///
+  /// @param file open for writing.
+  /// @return 0; -1 after a report.
   virtual const int save(FILE* file) const = 0;
 
-  /// Reads the representation's block at the file's position. @return 0; -1 after a report.
+  /// Reads the representation's block at the file's position.
+  ///
+  /// @param file open for reading.
+  /// @return 0; -1 after a report.
   virtual const int load(FILE* file) = 0;
 
  public:
@@ -121,7 +139,9 @@ class ValueFunction {
   const bool getEpisodeStateHistory() const { return episodeStateHistory; }
 
   /// Sets the constant of `getConstantInitializer()`, for all value functions. The constructors of
-  /// the lookup tables set it back to 0.0.
+  /// tables, and those of tile codings that take a state, set it back to 0.0.
+  ///
+  /// @param newValue the constant.
   void setValue(double newValue) { value = newValue; }
 
   /// Sets the range of `getRandomInitializer()`, for all value functions.
@@ -148,18 +168,23 @@ class ValueFunction {
   static INIT_WEIGHTS_FUNCTION getConstantInitializer() { return getValue; }
 
  protected:
+  /// The constant initialiser. @return `value`.
   static const double getValue() { return value; }
+
+  /// The random initialiser; draws one number from `rand()`.
+  ///
+  /// @return a number in [`minValue`, `maxValue`).
   static const double getRandomValue();
 
-  State* statePtr;
-  const double (*initWeightsFunctionPtr)();
-  double minWeightLimit;
-  double maxWeightLimit;
-  bool episodeStateHistory;
+  State* statePtr;                           ///< The state, deleted in the end.
+  const double (*initWeightsFunctionPtr)();  ///< Gives the first weights; `getValue()` by default.
+  double minWeightLimit;     ///< Lower limit of weights; by default the lowest double.
+  double maxWeightLimit;     ///< Upper limit of weights; by default the highest double.
+  bool episodeStateHistory;  ///< See `setEpisodeStateHistory()`; false by default.
 
-  static double value;
-  static double minValue;
-  static double maxValue;
+  static double value;     ///< The constant of all value functions; 0.0 at first.
+  static double minValue;  ///< Lower bound of random weights, included; -0.5 at first.
+  static double maxValue;  ///< Upper bound of random weights, not included; 0.5 at first.
 };
 
 #endif

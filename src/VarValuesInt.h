@@ -18,28 +18,43 @@ class VarValuesInt : public VarValues {
 
   /// Reads the variable from a file with `load()`. A failed read has been reported and leaves the
   /// fields that were not reached at an empty name and zeros.
+  ///
+  /// @param file open for reading, at a record of this kind.
   explicit VarValuesInt(FILE* file);
 
   ~VarValuesInt() override;
 
+  /// Copies name, value and range.
   VarValuesInt(const VarValuesInt&);
+
+  /// Copies name, value and range. @return this variable.
   VarValuesInt& operator=(const VarValuesInt&);
 
   const int save(FILE* file) const override;
   const int load(FILE* file) override;
 
+  /// @return the current value.
   const int getValue() const { return value; }
+
+  /// @return the lower end of the range.
   const int getMinValue() const { return minValue; }
+
+  /// @return the upper end of the range.
   const int getMaxValue() const { return maxValue; }
 
+  /// @param newValue replaces the value, whether or not it lies in the range.
   void setValue(int newValue) { value = newValue; }
+
+  /// @param newMinValue replaces the lower end of the range; the value stays.
   void setMinValue(int newMinValue) { minValue = newMinValue; }
+
+  /// @param newMaxValue replaces the upper end of the range; the value stays.
   void setMaxValue(int newMaxValue) { maxValue = newMaxValue; }
 
  protected:
-  int value;
-  int minValue;
-  int maxValue;
+  int value;     ///< The current value, in the application's units.
+  int minValue;  ///< Lower end of the range.
+  int maxValue;  ///< Upper end of the range.
 };
 
 #endif

@@ -28,8 +28,23 @@ class Watkins : public Quarnel {
   ~Watkins() override;
 
  protected:
+  /// Starts an episode: counts it, clears the traces, and the history of states where that is in
+  /// use, calls `setInitialState()`, chooses the greedy action and sets `value` to its Q(s, a).
+  /// Reports where there is no value function, and does nothing then.
   void initEpisode() override;
+
+  /// Takes a step from s to s' and learns from it.
+  ///
+  /// First the behaviour may replace the greedy action by another a, as `ACTION_SELECTION` says.
+  /// Traces are cut where it explores and decay by GAMMA * LAMBDA where not; that of (s, a) is set,
+  /// or without traces the pair is stored. Then come `takeAction()`, `observeState()`,
+  /// `calculateReward()`, which gives r, and the choice of the greedy action a* in s'. The error is
+  /// r + GAMMA * Q(s', a*) - Q(s, a), and r - Q(s, a) where the episode has ended. A kind of traces
+  /// or of choice that is none of the enumerators is reported in every step, which sets no trace,
+  /// or neither cuts nor decays them. Where there is no value function, that is reported and the
+  /// episode ends.
   void step() override;
+
   const bool checkValueFunction() const override;
 
   /// What is learnt; set by the application, owned from then on.
