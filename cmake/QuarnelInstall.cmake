@@ -38,3 +38,10 @@ configure_file(cmake/quarnel.pc.in "${CMAKE_CURRENT_BINARY_DIR}/quarnel.pc" @ONL
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/quarnel.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
 )
+
+configure_file(docs/man/quarnel.3.in "${CMAKE_CURRENT_BINARY_DIR}/quarnel.3" @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/quarnel.3" DESTINATION "${CMAKE_INSTALL_MANDIR}/man3")
+configure_file(docs/man/quarnel.conf.5.in "${CMAKE_CURRENT_BINARY_DIR}/quarnel.conf.5" @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/quarnel.conf.5"
+        DESTINATION "${CMAKE_INSTALL_MANDIR}/man5"
+)
