@@ -89,7 +89,7 @@ class ActionLookupTable : public ActionValueFunction, public LookupTable {
 
  protected:
   /// Takes an action out of the table: no cell is active afterwards, all traces and the episode's
-  /// history are gone, and the table counts no cells until `create()` makes it anew. A refusal (the
+  /// history are gone, the table counts no cells, and `getNumberOfActions()` ends two lower: make a new table. A refusal (the
   /// last action, no weights, an index outside [0, `getNumberOfActions()`)) is reported and changes
   /// nothing.
   ///

@@ -20,7 +20,7 @@
 /// tileCoding->registerAction(new AbstractAction);
 /// tileCoding->registerAction(new AbstractAction);
 /// // 8 tilings of tiles 0.225 wide, shifted by an eighth of that
-/// tileCoding->registerTiling(new ActionTilings(8, {{x, 1.8 / 64, Types::CLIP}}));
+/// tileCoding->registerTiling(new ActionTilings(8, {{x, 1.8 / 64, Types::WRAP}}));
 /// avfPtr = tileCoding;  // in the constructor of a class derived from Sarsa or Watkins
 /// @endcode
 class ActionTileCoding : public ActionValueFunction, public TileCoding {

@@ -59,8 +59,8 @@ class ActionValueFunction : public ValueFunction {
   /// Takes an action out of the registry and the representation; the caller owns it again. Does
   /// nothing for an action that is not registered.
   ///
-  /// The number of actions falls by one here and, on purpose, by one more where the representation
-  /// carries the removal out.
+  /// The number of actions falls by one here. An `ActionLookupTable` that carries the removal out
+  /// lowers it, on purpose, once more, and counts no cells then.
   ///
   /// @param actionPtr the action, as it was registered.
   virtual void unregisterAction(const AbstractAction* actionPtr);

@@ -60,7 +60,9 @@ class NeuralNetwork {
   virtual void initEligibilityTraces();
 
   /// Learns from a temporal-difference error. Without traces every weight gains ALPHA times DELTA
-  /// times the gradient of the last forward pass; with traces, ALPHA times DELTA times its trace.
+  /// times the gradient of the last forward pass, that of the input-to-hidden weights taken, on
+  /// purpose, with the hidden-to-output weights as this update has just changed them; with traces,
+  /// ALPHA times DELTA times its trace.
   /// Clamps the weights where a limit is set.
   ///
   /// @param ALPHA the learning rate.

@@ -36,8 +36,9 @@ enum ACTION_SELECTION_TYPE : int {
 /// signal handler is installed, so every reaction runs between two steps on the learning thread.
 ///
 /// The configuration is a text file, a key and a value in each line, one blank between them. Lines
-/// that begin with `#` are comments. Keys that it does not name keep their values. Numbers follow
-/// the process's LC_NUMERIC.
+/// that begin with `#` are comments; behind an empty line only with a blank in them, else they take
+/// the next line along. Keys that it does not name keep their values. Numbers follow the process's
+/// LC_NUMERIC.
 ///
 /// | key              | default   | meaning                                             |
 /// |------------------|-----------|-----------------------------------------------------|

@@ -17,7 +17,7 @@
 /// const unsigned int x = state->registerVariable("x", 0.0, 1.0);
 /// StateTileCoding* const tileCoding = new StateTileCoding(state);
 /// // 10 tilings of tiles 0.2 wide, shifted by a tenth of that
-/// tileCoding->registerTiling(new StateTilings(10, {{x, 0.02, Types::CLIP}}));
+/// tileCoding->registerTiling(new StateTilings(10, {{x, 0.02, Types::WRAP}}));
 /// svfPtr = tileCoding;  // in the constructor of a class derived from TD
 /// @endcode
 class StateTileCoding : public StateValueFunction, public TileCoding {

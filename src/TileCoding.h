@@ -10,7 +10,8 @@
 ///
 /// Every operation goes to all groups, in the order of their registration. A value is the sum over
 /// all active tiles of all groups, so the learning rate is divided by the number of tilings: a step
-/// moves the value by ALPHA * DELTA, as in a table.
+/// moves the value by ALPHA * DELTA, as in a table, where every tiling has an active tile (near the
+/// lower end of a `CLIP` range some have none, and it moves by less).
 ///
 /// `StateTileCoding` and `ActionTileCoding` join it with the interface of a value function.
 ///

@@ -19,7 +19,7 @@ enum TRACE_STORAGE : int {
 /// How a tiled variable treats values at the ends of its range.
 enum TILE_TYPE : int {
   CIRCLE = 0,  ///< The range is a circle: a value beyond one end comes in again at the other.
-  CLIP = 1,    ///< Values above the range count as the last tile.
+  CLIP = 1,    ///< Values above count as the last tile; what a shift brings below has no tile.
   WRAP = 2     ///< The range gets one more tile, which takes the shifted top of the range.
 };
 

@@ -66,7 +66,8 @@ class ValueFunction {
   /// @param VALUE the trace, the learner's `TRACE_VALUE`.
   virtual void replacingTraces(double VALUE) = 0;
 
-  /// Clamps every weight into the limits set by `setMinWeightLimit()` and `setMaxWeightLimit()`.
+  /// Clamps every weight into the limits set by `setMinWeightLimit()` and `setMaxWeightLimit()`. No
+  /// learner calls it: an application does, after an episode. Networks also clamp in every update.
   virtual void checkWeightLimit() = 0;
 
   /// @return the smallest weight; 1.7976931348623157e308 where there is none.
@@ -132,7 +133,8 @@ class ValueFunction {
   /// @param limit upper limit of `checkWeightLimit()`.
   void setMaxWeightLimit(double limit) { maxWeightLimit = limit; }
 
-  /// @param history true: the learners empty the episode's history at the start of each episode.
+  /// @param history true: the learners empty the episode's history at the start of each episode, and
+  ///   tile codings record their visits in it. Tables record in `storeState()` only, without traces.
   void setEpisodeStateHistory(bool history) { episodeStateHistory = history; }
 
   /// @return whether the learners empty the episode's history at the start of each episode.
@@ -144,7 +146,8 @@ class ValueFunction {
   /// @param newValue the constant.
   void setValue(double newValue) { value = newValue; }
 
-  /// Sets the range of `getRandomInitializer()`, for all value functions.
+  /// Sets the range of `getRandomInitializer()`, for all value functions. The constructors of
+  /// networks that take a state set it back to [-0.5, 0.5).
   ///
   /// @param newMinValue the lower bound, included.
   /// @param newMaxValue the upper bound, not included.

@@ -5,8 +5,8 @@
 
 /// A real state variable: a value and the range it moves in.
 ///
-/// The setters store what they are given; nothing here keeps the value within the range, and a
-/// table or tiling meets a value outside it with a report of its own.
+/// The setters store what they are given; nothing here keeps the value within the range. Outside it
+/// tilings wrap, clip or report, as their `Types::TILE_TYPE` says.
 class VarValuesDouble : public VarValues {
  public:
   /// The value starts at the middle of the range, (min + max) * 0.5.

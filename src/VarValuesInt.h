@@ -5,8 +5,8 @@
 
 /// An integer state variable: a value and the range it moves in.
 ///
-/// The setters store what they are given; nothing here keeps the value within the range, and a
-/// table or tiling meets a value outside it with a report of its own.
+/// The setters store what they are given; nothing here keeps the value within the range. Outside it
+/// a table reports, or takes the cell of another state.
 class VarValuesInt : public VarValues {
  public:
   /// The value starts at the middle of the range, (min + max) / 2 truncated toward zero.

@@ -30,6 +30,7 @@ import pathlib
 import re
 import shlex
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -192,12 +193,16 @@ def compile_snippets(blocks, folder, environment, compiler):
         stdout=subprocess.PIPE,
         text=True,
         check=True,
-    ).stdout.split()
-    command = compiler + ["-std=c++17", *WARNINGS, *flags, "-fsyntax-only", str(source)]
+    ).stdout
+    command = compiler + ["-std=c++17", *WARNINGS, *shlex.split(flags), "-fsyntax-only", str(source)]
     done = subprocess.run(command, stderr=subprocess.PIPE, text=True, check=False)
     source.unlink()
     if done.returncode != 0:
         raise PageError(f"its C++ does not compile:\n{done.stderr}")
+
+
+def is_run(block):
+    return block is not None and block.language == "sh" and not block.not_run and not block.file
 
 
 def check_covered(blocks):
@@ -208,7 +213,7 @@ def check_covered(blocks):
             block.file
             or block.not_run
             or block.language in ("cpp", "hidden", "sh")
-            or (block.language == "text" and previous is not None and previous.language == "sh")
+            or (block.language == "text" and is_run(previous))
         )
         if not covered:
             raise PageError(f"line {block.line}: nothing tests this block (see pages.py)")
@@ -280,7 +285,14 @@ def run(options):
     print(f"{page.name}: {len(blocks)} blocks are as the page says")
 
 
+def leave_nothing_running():
+    """Has a test that is ended by a signal end what its page has started."""
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda *_: sys.exit("interrupted"))
+
+
 def main():
+    leave_nothing_running()
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     commands = parser.add_subparsers(dest="command", required=True)
     run_command = commands.add_parser("run", help="follow a page")

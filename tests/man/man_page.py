@@ -60,6 +60,7 @@ def markdown(source):
 
 
 def main():
+    pages.leave_nothing_running()
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("page")
     parser.add_argument("--prefix", default="")

@@ -13,7 +13,6 @@ import os
 import pathlib
 import re
 import shlex
-import signal
 import sys
 import tempfile
 import time
@@ -158,10 +157,7 @@ def main():
     place.add_argument("--root")
     place.add_argument("--prefix")
     options = parser.parse_args()
-    # The learner must not outlive the test.
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, lambda *_: sys.exit("interrupted"))
-
+    pages.leave_nothing_running()
     watch = Watch()
     try:
         blocks = pages.parse(pathlib.Path(options.page).read_text(encoding="utf-8"))
