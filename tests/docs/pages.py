@@ -24,6 +24,7 @@ Lines of reports are compared without the number of the source line.
 """
 
 import argparse
+import contextlib
 import dataclasses
 import os
 import pathlib
@@ -145,6 +146,12 @@ class Shell:
             pass
         self.process.wait()
 
+    def close(self):
+        self.stop()
+        for pipe in (self.process.stdin, self.process.stdout):
+            with contextlib.suppress(BrokenPipeError):
+                pipe.close()
+
 
 def wait_for(folder, block):
     name, text = block.when
@@ -238,7 +245,7 @@ def follow(blocks, folder, environment, compiler):
             elif block.language == "text":
                 compare(block, printed)
     finally:
-        shell.stop()
+        shell.close()
 
 
 def compiler_named(folder, name, compiler):
@@ -248,7 +255,18 @@ def compiler_named(folder, name, compiler):
     command.chmod(0o755)
 
 
-def environment_with(prefix, tools, options):
+def library_in(prefix):
+    """What tells a shell of a library that lies where the system does not look."""
+    libraries = next(pathlib.Path(prefix).rglob("quarnel.pc")).parent.parent
+    return {
+        "PKG_CONFIG_PATH": f"{libraries}/pkgconfig",
+        "LD_LIBRARY_PATH": str(libraries),
+        "CMAKE_PREFIX_PATH": str(prefix),
+        "MANPATH": f"{prefix}/share/man",
+    }
+
+
+def environment_with(tools, options):
     """The environment of a reader, for whom the library lies where the system looks."""
     environment = dict(
         os.environ,
@@ -257,12 +275,8 @@ def environment_with(prefix, tools, options):
         CXX=options.compiler,
         CXXFLAGS=options.flags,
     )
-    if prefix:
-        pkg_config = next(pathlib.Path(prefix).rglob("quarnel.pc")).parent
-        environment["PKG_CONFIG_PATH"] = str(pkg_config)
-        environment["LD_LIBRARY_PATH"] = str(pkg_config.parent)
-        environment["CMAKE_PREFIX_PATH"] = prefix
-        environment["MANPATH"] = f"{prefix}/share/man"
+    if options.prefix:
+        environment.update(library_in(options.prefix))
     return environment
 
 
@@ -280,7 +294,7 @@ def run(options):
         for name, target in options.link:
             (folder / name).parent.mkdir(parents=True, exist_ok=True)
             (folder / name).symlink_to(target)
-        environment = environment_with(options.prefix, tools, options)
+        environment = environment_with(tools, options)
         follow(blocks, folder, environment, compiler)
     print(f"{page.name}: {len(blocks)} blocks are as the page says")
 

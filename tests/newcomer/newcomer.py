@@ -121,7 +121,7 @@ def install(command, root):
         shell.run(pages.Block("sh", 'sudo() { DEBIAN_FRONTEND=noninteractive "$@"; }', 0))
         shell.run(pages.Block("sh", command, 0))
     finally:
-        shell.stop()
+        shell.close()
 
 
 def play(blocks, folder, shell, watch):
@@ -130,7 +130,7 @@ def play(blocks, folder, shell, watch):
             pages.write_files(blocks, folder)
         follow(blocks, folder, shell, watch)
     finally:
-        shell.stop()
+        shell.close()
 
 
 def play_in_root(blocks, root, watch):
@@ -142,11 +142,9 @@ def play_in_root(blocks, root, watch):
 
 def play_here(blocks, prefix, watch):
     required_lines(blocks)
-    libraries = next(pathlib.Path(prefix).rglob("quarnel.pc")).parent.parent
-    found = {"PKG_CONFIG_PATH": f"{libraries}/pkgconfig", "LD_LIBRARY_PATH": str(libraries)}
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        shell = pages.Shell(folder, dict(os.environ, LC_ALL="C.UTF-8", **found))
+        shell = pages.Shell(folder, dict(os.environ, LC_ALL="C.UTF-8", **pages.library_in(prefix)))
         play(blocks, folder, shell, watch)
 
 
