@@ -1,6 +1,7 @@
 """Follows a page of the documentation as a reader would, and holds what happens against the page.
 
     pages.py run PAGE.md [--prefix PREFIX] [--link NAME=PATH]... [--compiler C++] [--flags FLAGS]
+                      [--generator GENERATOR]
     pages.py files PAGE.md FOLDER
 
 PREFIX is where the library is installed, where the system does not know of it; NAME becomes a link
@@ -275,6 +276,8 @@ def environment_with(tools, options):
         CXX=options.compiler,
         CXXFLAGS=options.flags,
     )
+    if options.generator:
+        environment["CMAKE_GENERATOR"] = options.generator
     if options.prefix:
         environment.update(library_in(options.prefix))
     return environment
@@ -315,6 +318,7 @@ def main():
     run_command.add_argument("--prefix", default="")
     run_command.add_argument("--compiler", default="g++")
     run_command.add_argument("--flags", default="")
+    run_command.add_argument("--generator", default="", help="of CMake, where it is not make")
     files_command = commands.add_parser("files", help="write the files that a page shows")
     files_command.add_argument("page")
     files_command.add_argument("folder")

@@ -72,7 +72,7 @@ def main():
         with tempfile.TemporaryDirectory() as folder:
             page = pathlib.Path(folder) / source.name
             page.write_text(markdown(source.read_text(encoding="utf-8")), encoding="utf-8")
-            pages.run(argparse.Namespace(**{**vars(options), "page": str(page), "link": []}))
+            pages.run(argparse.Namespace(**{**vars(options), "page": str(page), "link": [], "generator": ""}))
     except pages.PageError as error:
         sys.exit(f"{options.page}: {error}")
 
